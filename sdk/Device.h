@@ -1,0 +1,57 @@
+// The logged-in device and the process-wide registry of devices.
+#ifndef KOVO_SDK_DEVICE_H
+#define KOVO_SDK_DEVICE_H
+
+#include <uuid/uuid.h>
+
+#include <map>
+#include <mutex>
+
+#include "rtsp/rtsp.h"
+#include "sdk/KovoSDK.h"
+
+class CVideoControl;
+
+struct GUID {
+    GUID() { uuid_generate(uu); }
+    uuid_t uu;
+};
+
+struct CDevice {
+    CDevice();
+    ~CDevice();
+
+    int lDeviceID = 0;
+    int VideoWnd = 0;
+    char IP[16] = {};
+    int port = 0;
+    char v_mrl[256];
+    char a_mrl[256];
+    CVideoControl* m_pVideoControl = nullptr;
+    int framerate = 0;
+    int width = 0;
+    int height = 0;
+    int video_rtpsock = -1;
+    int audio_rtpsock = -1;
+    CConnect stream;
+    CConnect control;
+
+    // Held for the whole of one parameter exchange or stream open/close, so
+    // that application threads calling on one device cannot interleave.
+    std::recursive_mutex callLock;
+};
+
+// Registry access. The registry itself is guarded internally; the returned
+// pointer stays valid until the device is logged out.
+KOVO_API CDevice* FindDeviceByDeviceID(long id);
+KOVO_API CDevice* FindDeviceByIPPort(const char* ip, unsigned short port);
+KOVO_API int OnRecvData(int id, const void* data, int len);
+KOVO_API int OnDisconnect(int id);
+KOVO_API int MyUuidToString(GUID* id, char* out);
+
+// Inserts or replaces the entry under id.
+void RegisterDevice(long id, CDevice* device);
+// Erases id when it still maps to device; returns true when it did.
+bool UnregisterDevice(long id, const CDevice* device);
+
+#endif
