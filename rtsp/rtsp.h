@@ -3,8 +3,6 @@
 #ifndef KOVO_RTSP_RTSP_H
 #define KOVO_RTSP_RTSP_H
 
-#include <mutex>
-
 #include "sdk/KovoSDK.h"
 
 struct GUID;
@@ -50,8 +48,9 @@ struct CConnect {
     unsigned nServerPort = 0;
     void* pDevice = nullptr;
 
-    // Serialises whole request/reply exchanges made by application threads.
-    std::recursive_mutex exchange;
+    // False once the socket has been closed, so that a descriptor number the
+    // system may since have handed to another connection is never used again.
+    bool socketOpen = false;
 };
 
 KOVO_API void rtsp_schedule_field(CConnect* conn, const char* text);

@@ -1,0 +1,77 @@
+// The process-wide registry of logged-in devices, keyed by device id.
+#include <cstring>
+#include <map>
+#include <mutex>
+
+#include "sdk/Device.h"
+
+namespace {
+
+struct Registry {
+    std::mutex mutex;
+    std::map<long, CDevice*> devices;
+};
+
+Registry& registry() {
+    // Deliberately never destroyed: the registry must outlive every static
+    // destructor that might still look a device up at unload.
+    static Registry* instance = new Registry;
+    return *instance;
+}
+
+}  // namespace
+
+CDevice::CDevice() {
+    v_mrl[0] = '\0';
+    a_mrl[0] = '\0';
+}
+
+CDevice::~CDevice() = default;
+
+CDevice* FindDeviceByDeviceID(long id) {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    auto it = r.devices.find(id);
+    return it == r.devices.end() ? nullptr : it->second;
+}
+
+CDevice* FindDeviceByIPPort(const char* ip, unsigned short port) {
+    if (!ip) return nullptr;
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    for (const auto& [id, device] : r.devices) {
+        if (device->stream.nServerPort == port && strcmp(device->stream.pszServerUrl, ip) == 0) return device;
+    }
+    return nullptr;
+}
+
+int OnRecvData(int id, const void*, int) {
+    FindDeviceByDeviceID(id);
+    return 1;
+}
+
+int OnDisconnect(int id) {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    r.devices.erase(id);
+    return 1;
+}
+
+void RegisterDevice(long id, CDevice* device) {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    r.devices[id] = device;
+}
+
+bool UnregisterDevice(long id, const CDevice* device) {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    auto it = r.devices.find(id);
+    if (it == r.devices.end() || it->second != device) return false;
+    r.devices.erase(it);
+    return true;
+}
+
+int Kovo_SDKInit(void) { return 0; }
+
+int Kovo_SDKUnInit(void) { return 0; }
