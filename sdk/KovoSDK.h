@@ -2,6 +2,30 @@
  * KovoSDK.h - public interface of the Kovo camera SDK (libKovoSDK.so).
  *
  * Compiles as C11 and as C++17. Every function is a plain C export.
+ *
+ * Return codes
+ *   Parameter functions (Kovo_Get..., Kovo_Set..., commands) return long:
+ *      0  success (the camera answered with status 200)
+ *     -1  invalid argument, detected before anything is sent
+ *     -2  the request was sent but the reply was not status 200
+ *         (a failed send or a missing reply counts as such)
+ *     -3  no device is logged in under the id
+ *     Kovo_PTZControl alone returns +3 (not -3) for an unknown device.
+ *   Kovo_Login returns the device id (> 0), -1 when a connection fails and
+ *   -108 when a proxied control channel cannot be bound.
+ *   Stream functions return 0 or -1, and also -2 (no open stream),
+ *   -122 (no video track), -123 (PLAY failed), -125 (DESCRIBE failed).
+ *
+ * Conventions
+ *   Device ids are 1 or greater. Channel arguments accept -1 and above and are
+ *   not sent to the camera unless stated. Records are owned by the caller; the
+ *   library never keeps a pointer to them. A Get fills only the fields whose
+ *   keys the camera answered; the others keep what the caller put there.
+ *   Text fields are filled by zeroing the array and copying at most its full
+ *   length, so a value as long as the field has no terminating NUL.
+ *   Switches are int: non-zero is on.
+ *   The library takes no lock around a device's calls: serialise login, logout
+ *   and parameter calls per device.
  */
 #ifndef KOVO_SDK_H
 #define KOVO_SDK_H
@@ -45,6 +69,9 @@ typedef enum {
     CONNECT_TYPE_TCP = 2
 } CONNECT_TYPE_E;
 
+/* All callbacks run on the stream's own assemble thread; the data pointer is
+ * valid only during the call. dwUser is the value given at registration.
+ * fRealDataCallBack carries no stream id: tell streams apart by dwUser. */
 typedef void (*fRealDataCallBack)(DATA_TYPE_E eDataType, FRAME_TYPE_E eFrameType,
                                   unsigned char* pData, unsigned long nLength,
                                   unsigned long dwUser);
@@ -56,15 +83,543 @@ typedef void (*fAudioCallBack)(long lStreamID, DATA_TYPE_E eDataType, unsigned c
                                unsigned long nLength, unsigned long dwUser);
 typedef fAudioCallBack fAudioCallBackDecode;
 
+/* ---- Configuration records ----------------------------------------------
+ * Field order, types and array lengths are part of the binary interface. */
+
+/* Video channels and encoding */
+typedef struct {
+    int ChannelIndex;       /* encoder stream to read or write */
+    int ResolutionX;
+    int ResolutionY;
+    int EncodeBitRate;
+    int FrameRate;
+    int GOP;
+    int gopStructure;       /* Get: 1 IBP, 2 IBBP, 3 IBBRBP, else 0 */
+    int EncBitRateControl;  /* Get: 1 VBR, 0 otherwise */
+    int EncBitRateMaxQP;
+    int EncBitRateMinQP;
+} VIDEO_ATTRIBUTE;
+
+typedef struct {
+    int nD1;     /* switches: which encoded streams run */
+    int nCIF;
+    int nMJPEG;
+    int SubD1;
+} MULTI_VIDEO_CHANNEL;
+
+typedef struct {
+    int nVerticalFlip;
+    int nHorizontalFlip;
+} VIDEO_FLIP;
+
+typedef struct {
+    int nEnable;
+} HDMI_CONFIG;
+
+/* On-screen display: type 1 is the title, type 2 the time stamp.
+ * Colours are "White", "Black" or "Gray"; positions 0..100.
+ * A time-stamp Get reports its colour and position in the title fields. */
+typedef struct {
+    char title[24];
+    int titledisplay;
+    char titlecolor[32];
+    int titleh;
+    int titlev;
+    int timedisplay;
+    int timeformat;    /* 1 DD-MM-YYYY, 2 MM-DD-YYYY, other YYYY-MM-DD */
+    int timemode;      /* 1 or 2 */
+    char timecolor[32];
+    int timeh;
+    int timev;
+} OSD_REGION;
+
+/* Audio */
+typedef struct {
+    int nEnable;
+    int nSampleRate;   /* 8000, 32000 or 48000 */
+    int nEncodeType;   /* 0 AAC, 1 G711, 2 G729 */
+    int nBitRate;      /* 10240 or more; 0 sends the record unchecked */
+    int nIn;
+    int nInVolume;     /* 0..31 */
+    int nOut;
+    int nOutVolume;    /* 0..31 */
+} AUDIO_ATTRIBUTE;
+
+/* PTZ, serial port */
+typedef struct {
+    int nFunction;     /* 1 Action, 0 Setup */
+    int nMode;         /* 1 AutoPanStop, 0 AutoPanStart */
+    int nPara1;        /* 0..3 */
+    int nPara2;        /* 0..256 */
+} PTMODULE_CONFIG;
+
+typedef struct {
+    int HomeFunction;
+    int HomeFunctionMode;   /* 1 Tour, 2 Scan, 3 Pattern, other Preset */
+    int HomeFunctionIndex;
+    int HomeFunctionIdle;
+} HOME_FUNCTION;
+
+typedef struct {
+    int nProtocol;     /* 0 ORV, 1 PELCO_P, 2 PELCO_D */
+    int nDomeId;       /* 1..254 */
+    int nBaudRate;     /* 2400, 4800, 9600 or 19200 */
+    int nCharLen;      /* 7 or 8 */
+    int nParityBit;    /* 0 none, 1 odd, 2 even */
+    int nStopBit;      /* 1 or 2 */
+} SERIALPORT_CONFIG;
+
+/* System information and maintenance */
+typedef struct {
+    char szHardWareVersion[32];
+    char szFirmWareVersion[256];
+    char szCamModule[32];
+} VERSION_INFO;
+
+typedef struct {
+    int nNtpMode;
+    char szNtpServer[32];
+    int nDstMode;      /* time zone, whole hours -12..12 */
+    char szDstTime[32];
+} DATETIME_CONFIG;
+
+typedef struct {
+    int nEanble;       /* the watchdog switch (name as published) */
+} WATCHDOG_CONFIG;
+
+/* Network */
+typedef struct {
+    char szIP[32];
+    char szNetMask[32];
+    char szGateway[32];
+    int nDHCPMode;
+    char szMainDNS[32];
+    char szSubDNS[32];
+} NET_CONFIG;
+
+typedef struct {
+    int nEnable;
+    char szUser[32];
+    char szPassword[32];
+} PPPOE_CONFIG;
+
+typedef struct {
+    int nEnable;
+    char szServer[32];
+    char szDomain[32];
+    char szUsername[32];
+    char szPassword[32];
+} DDNS_CONFIG;
+
+typedef struct {
+    int nEnable;
+    char szIP[32];
+    char szSubmask[32];
+    char szGateway[32];
+    char szOperationMode[32];  /* read back only; a Set does not send it */
+    char szChannelNumber[32];
+    char szSSID[32];
+    char szPassword[32];
+} WIFI_CONFIG;
+
+/* Mail and FTP */
+typedef struct {
+    char szServerIP[32];
+    int nServerPort;
+    int nAuth;
+    char szUsername[32];
+    char szPassword[32];
+    char szFromEmail[32];
+} SMTP_CONFIG;
+
+typedef struct {
+    int nIndex;        /* recipient slot 1..4; set it before a Get too */
+    char szToEmail[32];
+    char szCcEmail[32];
+    char szSubject[256];
+} SMTP_NOTIFY;
+
+typedef struct {
+    int nClientMode;
+    char szServerIP[32];
+    int nServerPort;
+    char szUsername[32];
+    char szPassword[32];
+    char szFilePath[256];
+    char szServerIP2[32];
+    int nServerPort2;
+    char szUsername2[32];
+    char szPassword2[32];
+    char szFilePath2[256];
+} FTP_CONFIG;
+
+/* Alarms and motion detection. Times are "HH:MM:SS" texts. */
+typedef struct {
+    int nEnable;
+    int nSensitivity;  /* 1..100 */
+    int nAreaX;        /* 0..1920 */
+    int nAreaY;        /* 0..1080 */
+    int nAreaWidth;    /* 0..1920 */
+    int nAreaHeight;   /* 0..1080 */
+} MD_CONFIG;
+
+/* What an event triggers: the sixteen trailing int fields shared by
+ * MD_LINK_CONFIG, ALARM_CONFIG and NET_DOWN_PARAM, in this order. */
+#define KOVO_EVENT_LINK_FIELDS                                              \
+    int nLinkOutputEnable;                                                  \
+    int nLinkOutputMode;            /* non-zero N.C, zero N.O */            \
+    int nLinkOutputKeepTime;        /* 1..86400 */                          \
+    int nLinkOutputEmailEnable;                                             \
+    int nLinkLocalRecordEnable;                                             \
+    int nLinkLocalRecordStreamNumber; /* 1..3 */                            \
+    int nLinkLocalRecordFramerate;  /* 24, 25, 30 or 60 */                  \
+    int nLinkLocalRecordKeepTime;   /* 5..300 */                            \
+    int nLinkLocalRecordFtpEnable;                                          \
+    int nLinkLocalRecordEmailEnable;                                        \
+    int nLinkLocalSnapEnable;                                               \
+    int nLinkLocalSnapJpegQuantity; /* 1..5 */                              \
+    int nLinkLocalSnapIntervalTime; /* 1..6000 */                           \
+    int nLinkLocalSnapJpegQuality;  /* 1..100 */                            \
+    int nLinkLocalSnapFtpEnable;                                            \
+    int nLinkLocalSnapEmailEnable;
+
+typedef struct {
+    int nEnable;
+    char szScheduleStartTime[32];
+    char szScheduleEndTime[32];
+    char szScheduleStartTime2[32];
+    char szScheduleEndTime2[32];
+    KOVO_EVENT_LINK_FIELDS
+} MD_LINK_CONFIG;
+
+typedef struct {
+    int nEnable;
+    int nMode;         /* non-zero N.C, zero N.O */
+    char szStartTime[32];
+    char szEndTime[32];
+    char szStartTime2[32];
+    char szEndTime2[32];
+    KOVO_EVENT_LINK_FIELDS
+} ALARM_CONFIG;
+
+typedef struct {
+    int nEnable;
+    KOVO_EVENT_LINK_FIELDS
+} NET_DOWN_PARAM;
+
+typedef struct {
+    int nInputMode;    /* 1 N.C, 0 N.O */
+} ALARMIN_CONFIG;
+
+typedef struct {
+    int nMode;         /* 1 N.C, 0 N.O */
+} ALARMOUT_CONFIG;
+
+typedef struct {
+    int nAlarmService;
+    char szIPAddr[32];
+    int nPort;
+    int nKeepaliveTimer;
+} ALARM_SERVICE_CONFIG;
+
+/* Storage and recording */
+typedef struct {
+    int nEnable;
+    int nSequenceMode;  /* 1 once, otherwise recycle */
+} STORAGE_DEVICE_MODE;
+
+typedef struct {
+    int nControl;       /* 0 Format, 1 Plug-In, 2 Un-Plug */
+} STORAGE_DEVICE_CONTROL;
+
+typedef struct {
+    char szStatus[32];
+    char szDescription[256];  /* only the first 32 bytes are filled */
+    long lCapability;
+    long lFree;
+} STORAGE_DEVICE_INFO;
+
+typedef struct {
+    int nEnable;
+    char szStartTime[32];
+    char szEndTime[32];
+    int nEnable2;
+    char szStartTime2[32];
+    char szEndTime2[32];
+    int nEmailEnable;
+} LOCAL_RECORD_PARAM;
+
+typedef struct {
+    int nEnable;
+    char szStartTime[32];
+    char szEndTime[32];
+    int nEnable2;
+    char szStartTime2[32];
+    char szEndTime2[32];
+    int nInterval;      /* 1..6000 */
+    int nQuality;       /* 1..100 */
+    int nFtpEnable;
+    int nEmailEnable;
+} LOCAL_SCHEDULE_SNAP_PARAM;
+
+typedef struct {
+    char szJpegFileName[256];
+    int nJpegNum;       /* 1..3 */
+    int nJpegQuality;   /* 1..100 */
+} REMOTE_SNAP;
+
+typedef struct {
+    char szRemoteRecordFileName[256];
+    int nRemoteRecordCmd;  /* non-zero starts, zero stops */
+} REMOTE_RECORD_CONFIG;
+
+/* Files on the device */
+typedef struct {
+    int nFileType;      /* 1 JPEG, otherwise AVI */
+    int nMode;          /* 1 Alarm, otherwise Normal */
+    int nAlarmType;     /* 1 IO, 2 MD, otherwise All */
+    char szStartTime[32];
+    char szEndTime[32];
+} QUERY_FILE;
+
+typedef struct {
+    int nFileType;      /* 1 JPEG, otherwise AVI */
+    int nMode;          /* non-zero Alarm, zero Normal */
+    int nAlarmType;     /* 1 IO, 2 MD, otherwise All */
+    char szStartTime[32];
+    char szEndTime[32];
+    int nFileOption;    /* non-zero Remain, zero Delete */
+} FTP_BATCHFILES;
+
+typedef struct {
+    char szFileName[256];
+    int nFileOption;    /* non-zero Remain, zero Delete */
+} FTP_SINGLEFILE;
+
+typedef struct {
+    char szFileName[256];
+} FTP_DELETEFILE;
+
+typedef struct {
+    int nEnable;        /* neither sent nor read */
+    int nPort;          /* 0..65535 */
+} DOWNLOAD_CONFIG;
+
+/* Entry i of the list from Kovo_QueryFileList starts at byte
+ * i * KOVO_FILE_LIST_ENTRY_SIZE of the block. */
+#define KOVO_FILE_LIST_ENTRY_SIZE 1024
+
 /* ---- Lifecycle, login and utilities ------------------------------------ */
 
 KOVO_API int Kovo_SDKInit(void);
 KOVO_API int Kovo_SDKUnInit(void);
+/* pszProxy null or empty connects directly. Returns the device id. */
 KOVO_API long Kovo_Login(const char* pszAddress, unsigned short nPort, const char* pszProxy);
+/* 0, or -1 for an unknown id. Does not close an open stream. */
 KOVO_API long Kovo_Logout(long lDeviceID);
+/* pszVersion must hold 64 characters: "<date> <time>_2.1.2". */
 KOVO_API void GetSDKVersion(char* pszVersion);
+/* Upper-case hex, two characters a byte; pszOut holds 2*nLen+1. -1 on null. */
 KOVO_API int GetHexString(unsigned char* pIn, int nLen, char* pszOut);
+/* printf-style trace line to standard output, followed by CR LF. */
 KOVO_API void KovoTrace(const char* pszFormat, ...);
+
+/* ---- Imaging controls ---------------------------------------------------
+ * Text values pass through unchanged; a Get copies the whole answer into the
+ * caller's buffer, which must be large enough for it. */
+
+KOVO_API long Kovo_GetNoiseReduction(long lDeviceID, int nChannel, char* NoiseReduction);
+KOVO_API long Kovo_SetNoiseReduction(long lDeviceID, int nChannel, char* NoiseReduction);
+KOVO_API long Kovo_GetWhiteBalanceMode(long lDeviceID, int nChannel, char* WhiteBalanceMode);
+KOVO_API long Kovo_SetWhiteBalanceMode(long lDeviceID, int nChannel, char* WhiteBalanceMode);
+KOVO_API long Kovo_GetNearLimitSetup(long lDeviceID, int nChannel, char* NearLimit);
+KOVO_API long Kovo_SetNearLimitSetup(long lDeviceID, int nChannel, char* NearLimit);
+KOVO_API long Kovo_GetApertureSetup(long lDeviceID, int nChannel, char* ApertureSetup);
+KOVO_API long Kovo_SetApertureSetup(long lDeviceID, int nChannel, char* ApertureSetup);
+KOVO_API long Kovo_GetShutterSpeed(long lDeviceID, int nChannel, char* ShutterSpeed);
+KOVO_API long Kovo_SetShutterSpeed(long lDeviceID, int nChannel, char* ShutterSpeed);
+KOVO_API long Kovo_GetExposureMode(long lDeviceID, int nChannel, char* ExposureMode);
+KOVO_API long Kovo_SetExposureMode(long lDeviceID, int nChannel, char* ExposureMode);
+KOVO_API long Kovo_GetDayNightOnOFF(long lDeviceID, int nChannel, char* DayNightOnOFF);
+KOVO_API long Kovo_SetDayNightOnOFF(long lDeviceID, int nChannel, char* DayNightOnOFF);
+KOVO_API long Kovo_GetDayNightMode(long lDeviceID, int nChannel, char* DayNightMode);
+KOVO_API long Kovo_SetDayNightMode(long lDeviceID, int nChannel, char* DayNightMode);
+KOVO_API long Kovo_GetAGCSetup(long lDeviceID, int nChannel, int* pAGC);
+/* AGC is 0 or 1. */
+KOVO_API long Kovo_SetAGCSetup(long lDeviceID, int nChannel, int AGC);
+
+/* ---- Video channels and encoding --------------------------------------- */
+
+KOVO_API long Kovo_SetChannelAttribute(long lDeviceID, VIDEO_ATTRIBUTE* pParam);
+/* Set pParam->ChannelIndex to the stream wanted before the call. */
+KOVO_API long Kovo_GetChannelAttribute(long lDeviceID, VIDEO_ATTRIBUTE* pParam);
+KOVO_API long Kovo_SetMultiVideoChannel(long lDeviceID, MULTI_VIDEO_CHANNEL* pVideoChannel);
+KOVO_API long Kovo_GetMultiVideoChannel(long lDeviceID, MULTI_VIDEO_CHANNEL* pVideoChannel);
+KOVO_API long Kovo_SetVideoFlip(long lDeviceID, VIDEO_FLIP* pFlip);
+KOVO_API long Kovo_GetVideoFlip(long lDeviceID, VIDEO_FLIP* pFlip);
+KOVO_API long Kovo_SetHDMIConfig(long lDeviceID, int nChannel, HDMI_CONFIG* pConfig);
+KOVO_API long Kovo_GetHDMIConfig(long lDeviceID, int nChannel, HDMI_CONFIG* pConfig);
+
+/* Resolution index <-> camera text: 0 "176, 144", 1 "352, 288", 2 "704, 576",
+ * 3 "720, 576", 4 "1280, 720", 5 "1920, 1080", 6 "1280, 960".
+ * To: null for an unknown index. From: -1 for null, -2 for an unknown text. */
+KOVO_API const char* Video_ConvertToVideoPixel(int format);
+KOVO_API int Video_ConvertFromVideoPixel(char* cFormat);
+
+/* ---- OSD regions --------------------------------------------------------
+ * nOsdType: 1 title, 2 time stamp. */
+
+KOVO_API long Kovo_SetOSDRegion(long lDeviceID, int nChannel, int nOsdType, OSD_REGION* pOsdRegion);
+KOVO_API long Kovo_GetOSDRegion(long lDeviceID, int nChannel, int nOsdType, OSD_REGION* pOsdRegion);
+/* Parse "colour, h, v" into titlecolor, titleh, titlev (both functions). */
+KOVO_API void OSDGetTitleAttrib(OSD_REGION* pOSD, const char* src);
+KOVO_API void OSDGetTimeAttrib(OSD_REGION* pOSD, const char* src);
+
+/* ---- Audio attribute ---------------------------------------------------- */
+
+KOVO_API long Kovo_SetAudioAttribute(long lDeviceID, int nChannel, AUDIO_ATTRIBUTE* pAudio);
+KOVO_API long Kovo_GetAudioAttribute(long lDeviceID, int nChannel, AUDIO_ATTRIBUTE* pAudio);
+
+/* ---- PTZ, serial port and auxiliary control -----------------------------
+ * Kovo_PTZControl commands (lParameter is a speed or a preset number):
+ *   10 up, 11 down, 12 left, 13 right, 16 zoom tele, 17 zoom wide,
+ *   18 focus near, 19 focus far, 22 preset set, 23 preset call,
+ *   26 left-up, 27 left-down, 28 right-up, 29 right-down, 30 stop,
+ *   64 compose, 75 preset delete. Any other number returns -1.
+ *   An unknown device returns +3. */
+
+KOVO_API long Kovo_PTZControl(long lDeviceID, int nChannel, long lCommandID, long lParameter);
+KOVO_API long Kovo_SetPTModuleConfig(long lDeviceID, int nChannel, PTMODULE_CONFIG* pConfig);
+KOVO_API long Kovo_GetPTModuleConfig(long lDeviceID, int nChannel, PTMODULE_CONFIG* pConfig);
+KOVO_API long Kovo_SetHomeFunction(long lDeviceID, HOME_FUNCTION* pHomeFunction);
+KOVO_API long Kovo_GetHomeFunction(long lDeviceID, HOME_FUNCTION* pHomeFunction);
+/* nComID: serial port 1..254. */
+KOVO_API long Kovo_SetSerialPortConfig(long lDeviceID, int nComID, SERIALPORT_CONFIG* pSerialConfig);
+KOVO_API long Kovo_GetSerialPortConfig(long lDeviceID, int nComID, SERIALPORT_CONFIG* pSerialConfig);
+/* Raw bytes to the serial device: nChannel 0 or greater, len 1..32. */
+KOVO_API long Kovo_TransparentTransfer(long lDeviceID, int nChannel, unsigned char* pBuf, int len);
+/* lValue is sent only when pszMode is "Manual". */
+KOVO_API long Kovo_AuxilControl(long lDeviceID, long lCommandID, char* pszMode, long lValue);
+
+/* ---- System information and maintenance -------------------------------- */
+
+/* szSN must be large enough for the whole serial number text. */
+KOVO_API long Kovo_GetProductSN(long lDeviceID, char* szSN);
+KOVO_API long Kovo_GetVersionInfo(long lDeviceID, VERSION_INFO* pVersionInfo);
+KOVO_API long Kovo_SetDateTime(long lDeviceID, DATETIME_CONFIG* pDateTime);
+KOVO_API long Kovo_GetDateTime(long lDeviceID, DATETIME_CONFIG* pDateTime);
+KOVO_API long Kovo_SetWatchdogConfig(long lDeviceID, int nChannel, WATCHDOG_CONFIG* pConfig);
+KOVO_API long Kovo_GetWatchdogConfig(long lDeviceID, int nChannel, WATCHDOG_CONFIG* pConfig);
+/* Returns once the camera accepted the command; the login stays registered. */
+KOVO_API long Kovo_RebootDevice(long lDeviceID);
+
+/* ---- Network configuration ---------------------------------------------- */
+
+KOVO_API long Kovo_SetNetConfig(long lDeviceID, NET_CONFIG* pNetConfig);
+KOVO_API long Kovo_GetNetConfig(long lDeviceID, NET_CONFIG* pNetConfig);
+KOVO_API long Kovo_SetPPPoEConfig(long lDeviceID, PPPOE_CONFIG* pConfig);
+KOVO_API long Kovo_GetPPPoEConfig(long lDeviceID, PPPOE_CONFIG* pConfig);
+KOVO_API long Kovo_SetDDNSConfig(long lDeviceID, DDNS_CONFIG* pDDNSConfig);
+KOVO_API long Kovo_GetDDNSConfig(long lDeviceID, DDNS_CONFIG* pDDNSConfig);
+KOVO_API long Kovo_SetWiFiConfig(long lDeviceID, WIFI_CONFIG* pConfig);
+KOVO_API long Kovo_GetWiFiConfig(long lDeviceID, WIFI_CONFIG* pConfig);
+
+/* ---- Mail and FTP services ---------------------------------------------- */
+
+KOVO_API long Kovo_SetSMTPConfig(long lDeviceID, SMTP_CONFIG* pConfig);
+KOVO_API long Kovo_GetSMTPConfig(long lDeviceID, SMTP_CONFIG* pConfig);
+KOVO_API long Kovo_SetSMTPNotify(long lDeviceID, SMTP_NOTIFY* pNotify);
+KOVO_API long Kovo_GetSMTPNotify(long lDeviceID, SMTP_NOTIFY* pNotify);
+KOVO_API long Kovo_SetFTPConfig(long lDeviceID, FTP_CONFIG* pConfig);
+KOVO_API long Kovo_GetFTPConfig(long lDeviceID, FTP_CONFIG* pConfig);
+
+/* ---- Alarms and motion detection ---------------------------------------- */
+
+/* area_no 1..4. */
+KOVO_API long Kovo_SetMDConfig(long lDeviceID, int nChannel, int area_no, MD_CONFIG* pMDConfig);
+KOVO_API long Kovo_GetMDConfig(long lDeviceID, int nChannel, int area_no, MD_CONFIG* pMDConfig);
+KOVO_API long Kovo_SetMDLinkConfig(long lDeviceID, int nChannel, MD_LINK_CONFIG* pConfig);
+KOVO_API long Kovo_GetMDLinkConfig(long lDeviceID, int nChannel, MD_LINK_CONFIG* pConfig);
+KOVO_API long Kovo_SetAlarmConfig(long lDeviceID, ALARM_CONFIG* pAlarmConfig);
+KOVO_API long Kovo_GetAlarmConfig(long lDeviceID, ALARM_CONFIG* pAlarmConfig);
+KOVO_API long Kovo_SetNetDownConfig(long lDeviceID, NET_DOWN_PARAM* pParam);
+KOVO_API long Kovo_GetNetDownConfig(long lDeviceID, NET_DOWN_PARAM* pParam);
+/* nAlarmIn_no 1..4. */
+KOVO_API long Kovo_SetAlarmInConfig(long lDeviceID, int nAlarmIn_no, ALARMIN_CONFIG* pAlarmInConfig);
+KOVO_API long Kovo_GetAlarmInConfig(long lDeviceID, int nAlarmIn_no, ALARMIN_CONFIG* pAlarmInConfig);
+/* nPort 1..2. */
+KOVO_API long Kovo_SetAlarmOutConfig(long lDeviceID, int nPort, ALARMOUT_CONFIG* pAlarmOutConfig);
+KOVO_API long Kovo_GetAlarmOutConfig(long lDeviceID, int nPort, ALARMOUT_CONFIG* pAlarmOutConfig);
+KOVO_API long Kovo_SetAlarmServiceConfig(long lDeviceID, ALARM_SERVICE_CONFIG* pConfig);
+KOVO_API long Kovo_GetAlarmServiceConfig(long lDeviceID, ALARM_SERVICE_CONFIG* pConfig);
+
+/* 1 when szTime is an 8-character "HH:MM:SS" clock time, else 0. */
+KOVO_API int CheckTime(char* szTime);
+/* 1 when both times are valid and begin is not later than end, else 0. */
+KOVO_API int CheckTimeRange(char* begin, char* end);
+
+/* ---- Storage and recording ---------------------------------------------- */
+
+KOVO_API long Kovo_SetStorageMode(long lDeviceID, STORAGE_DEVICE_MODE* pMode);
+KOVO_API long Kovo_GetStorageMode(long lDeviceID, STORAGE_DEVICE_MODE* pMode);
+KOVO_API long Kovo_SetStorageControl(long lDeviceID, STORAGE_DEVICE_CONTROL* pControl);
+KOVO_API long Kovo_GetStorageControl(long lDeviceID, STORAGE_DEVICE_CONTROL* pControl);
+KOVO_API long Kovo_GetStorageInfo(long lDeviceID, STORAGE_DEVICE_INFO* pInfo);
+KOVO_API long Kovo_SetLocalRecordParam(long lDeviceID, LOCAL_RECORD_PARAM* pParam);
+KOVO_API long Kovo_GetLocalRecordParam(long lDeviceID, LOCAL_RECORD_PARAM* pParam);
+KOVO_API long Kovo_SetLocalScheduleSnapParam(long lDeviceID, LOCAL_SCHEDULE_SNAP_PARAM* pParam);
+KOVO_API long Kovo_GetLocalScheduleSnapParam(long lDeviceID, LOCAL_SCHEDULE_SNAP_PARAM* pParam);
+KOVO_API long Kovo_RemoteSnap(long lDeviceID, REMOTE_SNAP* pSnap);
+KOVO_API long Kovo_SetRemoteRecordConfig(long lDeviceID, REMOTE_RECORD_CONFIG* pConfig);
+
+/* ---- Files on the device ------------------------------------------------ */
+
+/* Sets the search criteria; collect the names with Kovo_QueryFileList. */
+KOVO_API long Kovo_QueryFile(long lDeviceID, QUERY_FILE* pFile);
+/* On names found: *count gets their number and *filelist one block holding
+ * name i at byte i * KOVO_FILE_LIST_ENTRY_SIZE. The block is the caller's:
+ * release it with delete[] or Kovo_FreeFileList. With no names found both
+ * stay untouched; the result is still 0. */
+KOVO_API long Kovo_QueryFileList(long lDeviceID, int* count, char*** filelist);
+/* Releases the block that Kovo_QueryFileList returns (for C applications
+ * that cannot use array delete). A null list is ignored. */
+KOVO_API void Kovo_FreeFileList(char** list);
+KOVO_API long Kovo_DeleteFile(long lDeviceID, FTP_DELETEFILE* pDelete);
+KOVO_API long Kovo_UploadSingleFile(long lDeviceID, FTP_SINGLEFILE* pFile);
+KOVO_API long Kovo_UploadBatchFiles(long lDeviceID, FTP_BATCHFILES* pFiles);
+/* The camera sends manual downloads to this client's address at nPort. */
+KOVO_API long Kovo_SetDownloadConfig(long lDeviceID, DOWNLOAD_CONFIG* pConfig);
+KOVO_API long Kovo_GetDownloadConfig(long lDeviceID, DOWNLOAD_CONFIG* pConfig);
+
+/* ---- Live stream ---------------------------------------------------------
+ * One stream per device, addressed by the device id. Open the stream before
+ * setting callbacks; close it before opening again or logging out. */
+
+/* ConnectType: CONNECT_TYPE_UDP or CONNECT_TYPE_TCP (only TCP delivers
+ * frames). nChannel, lStreamType, lStreamMode, lBufPoolSize: 0 or greater.
+ * 0, -1 (argument, device or SDP), -125 DESCRIBE, -122 no video, -123 PLAY.
+ * After -125 or -122 the device id must not be used again. */
+KOVO_API long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStreamMode,
+                              int ConnectType, long lBufPoolSize);
+KOVO_API long Kovo_CloseStream(long lDeviceID);
+/* Window handle handed to the next stream opened. */
+KOVO_API long Kovo_SetVideoWnd(long lDeviceID, unsigned long hWnd);
+/* -2 when no stream is open. */
+KOVO_API long Kovo_StartDecode(long lStreamID);
+KOVO_API long Kovo_StopDecode(long lStreamID);
+/* H.264 frames (Annex B, from the first key frame on) reach cbRealData only
+ * when eDataType is H264DATA_TYPE. -1 when no stream is open. */
+KOVO_API long Kovo_SetRealDataCallBack(long lDeviceID, DATA_TYPE_E eDataType,
+                                       fRealDataCallBack cbRealData, unsigned long dwUser);
+KOVO_API long Kovo_SetDisplayDataCallBack(long lDeviceID, DATA_TYPE_E eDataType,
+                                          fDisplayDataCallBack cbDisplayData,
+                                          unsigned long dwUser);
+/* Complete JPEG images of a Motion-JPEG stream. */
+KOVO_API long Kovo_SetMJPEGCallBack(long lDeviceID, fMJPEGCallBack cbMJPEGData,
+                                    unsigned long dwUser);
+/* AAC access units, each behind an ADTS header. */
+KOVO_API long Kovo_SetAudioCallBack(long lStreamID, fAudioCallBack cbAudioDataFunc,
+                                    unsigned long dwUser);
 
 #ifdef __cplusplus
 }
