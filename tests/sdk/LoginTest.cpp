@@ -1,0 +1,156 @@
+// Login and logout against the scripted fake camera: the wire text of both
+// handshakes, the proxy bind and its failure, and the registry afterwards.
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "sdk/Device.h"
+#include "support/FakeCamera.h"
+
+using kovo::test::FakeCamera;
+using kovo::test::Reply;
+using kovo::test::Request;
+using kovo::test::StdoutCapture;
+
+namespace {
+
+const std::string kAgent = "User-Agent: ORV CMS V1.0";
+const std::string kTransport = "Transport: RTP/AVP/TCP;unicast;interleaved=0-1";
+
+TEST(Login, DirectLoginSendsOneOptionsOnEachConnection) {
+    FakeCamera cam;
+    StdoutCapture out;
+    const long id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
+    const std::string traces = out.text();
+    ASSERT_GT(id, 0);
+
+    const auto requests = cam.requests();
+    ASSERT_EQ(requests.size(), 2u);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(requests[i].connection, i);
+        EXPECT_EQ(requests[i].requestLine, "OPTIONS rtsp://127.0.0.1 RTSP/1.0");
+        EXPECT_EQ(requests[i].lines, (std::vector<std::string>{"CSeq: 1", kAgent}));
+    }
+    EXPECT_EQ(requests[0].raw, "OPTIONS rtsp://127.0.0.1 RTSP/1.0\r\nCSeq: 1\r\n" + kAgent + "\r\n\r\n");
+    const std::string connectLine =
+        "try to connect 127.0.0.1:" + std::to_string(cam.port()) + "==proxy:(null)==\r\n==SDK_VERSION:2.1.2==\r\n";
+    EXPECT_NE(traces.find(connectLine), std::string::npos) << traces;
+
+    CDevice* device = FindDeviceByDeviceID(id);
+    ASSERT_NE(device, nullptr);
+    EXPECT_EQ(device->stream.s, id);
+    EXPECT_STREQ(device->stream.pszServerUrl, "127.0.0.1");
+    EXPECT_EQ(device->stream.nServerPort, cam.port());
+    EXPECT_EQ(device->stream.protocol, CONNECT_TYPE_NONE);
+    EXPECT_EQ(device->stream.cseq, 2u);
+    EXPECT_EQ(FindDeviceByIPPort("127.0.0.1", cam.port()), device);
+    EXPECT_EQ(FindDeviceByIPPort("127.000.0.1", cam.port()), nullptr);
+
+    EXPECT_EQ(Kovo_Logout(id), 0);
+    EXPECT_EQ(FindDeviceByDeviceID(id), nullptr);
+    StdoutCapture again;
+    EXPECT_EQ(Kovo_Logout(id), -1);
+    EXPECT_EQ(again.text(), "Not find device.\r\n");
+}
+
+TEST(Login, ProxiedLoginAnnouncesBothChannelsAndBindsControl) {
+    FakeCamera proxy;
+    const long id = Kovo_Login("10.0.0.5:8554", proxy.port(), "127.0.0.1");
+    ASSERT_GT(id, 0);
+    const auto requests = proxy.requests();
+    ASSERT_EQ(requests.size(), 3u);
+
+    EXPECT_EQ(requests[0].requestLine, "OPTIONS rtsp://10.0.0.5:8554 RTSP/1.0");
+    EXPECT_EQ(requests[1].requestLine, "OPTIONS rtsp://10.0.0.5:8554/Ctrl RTSP/1.0");
+    EXPECT_EQ(requests[0].header("ChannelDescript"), "Stream");
+    EXPECT_EQ(requests[1].header("ChannelDescript"), "Control");
+    const std::string appId = requests[0].header("ApplicationID");
+    EXPECT_TRUE(std::regex_match(appId, std::regex("[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}")));
+    EXPECT_EQ(requests[1].header("ApplicationID"), appId);
+    EXPECT_EQ(requests[0].lines, (std::vector<std::string>{"CSeq: 1", kAgent, "ChannelDescript: Stream",
+                                                           "ApplicationID: " + appId}));
+
+    EXPECT_EQ(requests[2].connection, 1);
+    EXPECT_EQ(requests[2].requestLine, "SETUP 10.0.0.5:8554/Ctrl RTSP/1.0");
+    EXPECT_EQ(requests[2].lines, (std::vector<std::string>{"CSeq: 2", kTransport, kAgent}));
+    EXPECT_EQ(Kovo_Logout(id), 0);
+}
+
+TEST(Login, RefusedProxyBindTearsDownBothAndReturnsMinus108) {
+    FakeCamera proxy;
+    proxy.onMethod("SETUP", Reply::status_(454, "Session Not Found"));
+    StdoutCapture out;
+    EXPECT_EQ(Kovo_Login("10.0.0.5", proxy.port(), "127.0.0.1"), -108);
+    const std::string traces = out.text();
+    ASSERT_TRUE(proxy.waitForRequests(5));
+    const auto teardowns = proxy.requests("TEARDOWN");
+    ASSERT_EQ(teardowns.size(), 2u);
+    EXPECT_EQ(teardowns[0].connection, 0);
+    EXPECT_EQ(teardowns[1].connection, 1);
+    EXPECT_EQ(teardowns[0].requestLine, "TEARDOWN " + kTransport + " RTSP/1.0");
+    EXPECT_NE(traces.find("Login request setup teardow client.\n\r\n"), std::string::npos);
+    EXPECT_NE(traces.find("Login request setup teardow control.\n\r\n"), std::string::npos);
+    EXPECT_NE(traces.find("Login error [667] proxy mode request setup failed and clean.\n\r\n"), std::string::npos);
+}
+
+TEST(Login, FailuresReturnMinusOneAndRegisterNothing) {
+    {
+        FakeCamera cam;
+        cam.onMethod("OPTIONS", Reply::status_(401, "Unauthorized"));
+        StdoutCapture out;
+        EXPECT_EQ(Kovo_Login("127.0.0.1", cam.port(), nullptr), -1);
+        EXPECT_NE(out.text().find("Login connect client failed. \n\r\n"), std::string::npos);
+    }
+    {
+        FakeCamera cam;
+        cam.queue("OPTIONS", Reply::ok());
+        cam.queue("OPTIONS", Reply::closeConnection());
+        StdoutCapture out;
+        EXPECT_EQ(Kovo_Login("127.0.0.1", cam.port(), nullptr), -1);
+        EXPECT_NE(out.text().find("Login connect failed. \n\r\n"), std::string::npos);
+    }
+    {
+        FakeCamera cam;
+        const uint16_t port = cam.port();
+        cam.stopListening();
+        StdoutCapture out;
+        EXPECT_EQ(Kovo_Login("127.0.0.1", port, nullptr), -1);
+    }
+    StdoutCapture out;
+    EXPECT_EQ(Kovo_Login("camera.example", 554, nullptr), -1);
+}
+
+TEST(Login, TwoLoginsToOneCameraGetDistinctIds) {
+    FakeCamera cam;
+    const long first = Kovo_Login("127.0.0.1", cam.port(), nullptr);
+    const long second = Kovo_Login("127.0.0.1", cam.port(), nullptr);
+    ASSERT_GT(first, 0);
+    ASSERT_GT(second, 0);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(FindDeviceByIPPort("127.0.0.1", cam.port()), FindDeviceByDeviceID(std::min(first, second)));
+    EXPECT_EQ(Kovo_SDKUnInit(), 0);
+    EXPECT_NE(FindDeviceByDeviceID(first), nullptr);
+    EXPECT_EQ(Kovo_Logout(first), 0);
+    EXPECT_EQ(Kovo_Logout(second), 0);
+}
+
+TEST(Registry, LookupsAndDisconnectCallback) {
+    EXPECT_EQ(FindDeviceByDeviceID(0), nullptr);
+    EXPECT_EQ(FindDeviceByDeviceID(-5), nullptr);
+    EXPECT_EQ(OnRecvData(987654, "x", 1), 1);
+    FakeCamera cam;
+    const long id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
+    ASSERT_GT(id, 0);
+    CDevice* device = FindDeviceByDeviceID(id);
+    EXPECT_EQ(OnDisconnect(static_cast<int>(id)), 1);
+    EXPECT_EQ(FindDeviceByDeviceID(id), nullptr);
+    EXPECT_EQ(OnDisconnect(static_cast<int>(id)), 1);
+    // The entry is forgotten but the object is not ours to leak in a test.
+    rtsp_close(&device->stream);
+    rtsp_close(&device->control);
+    delete device;
+}
+
+}  // namespace
