@@ -118,6 +118,16 @@ private:
     std::vector<std::shared_ptr<Connection>> connections_;
     std::thread acceptThread_;
     bool stopping_ = false;
+
+    // Wakes the accept thread; serialises stopListening() callers.
+    int wakePipe_[2] = {-1, -1};
+    std::mutex listenMutex_;
+    std::condition_variable connectionClosed_;
+
+    void record(Request request);
+    bool answer(Connection& conn, const Reply& reply, const std::string& cseq);
+    void finish(Connection& conn);
+    std::shared_ptr<Connection> connectionAt(int index) const;
 };
 
 // Interleaved framing: "$", channel, 16-bit big-endian length, payload.
@@ -135,6 +145,8 @@ public:
 private:
     bool active_ = true;
     std::string text_;
+    int savedFd_ = -1;    // the original fd 1
+    int captureFd_ = -1;  // the temporary file fd 1 points at meanwhile
 };
 
 }  // namespace kovo::test
