@@ -112,9 +112,7 @@ typedef struct {
     int nHorizontalFlip;
 } VIDEO_FLIP;
 
-typedef struct {
-    int nEnable;
-} HDMI_CONFIG;
+typedef struct { int nEnable; } HDMI_CONFIG;
 
 /* On-screen display: type 1 is the title, type 2 the time stamp.
  * Colours are "White", "Black" or "Gray"; positions 0..100.
@@ -183,9 +181,7 @@ typedef struct {
     char szDstTime[32];
 } DATETIME_CONFIG;
 
-typedef struct {
-    int nEanble;       /* the watchdog switch (name as published) */
-} WATCHDOG_CONFIG;
+typedef struct { int nEanble; } WATCHDOG_CONFIG; /* the watchdog switch (name as published) */
 
 /* Network */
 typedef struct {
@@ -307,13 +303,9 @@ typedef struct {
     KOVO_EVENT_LINK_FIELDS
 } NET_DOWN_PARAM;
 
-typedef struct {
-    int nInputMode;    /* 1 N.C, 0 N.O */
-} ALARMIN_CONFIG;
+typedef struct { int nInputMode; } ALARMIN_CONFIG; /* 1 N.C, 0 N.O */
 
-typedef struct {
-    int nMode;         /* 1 N.C, 0 N.O */
-} ALARMOUT_CONFIG;
+typedef struct { int nMode; } ALARMOUT_CONFIG; /* 1 N.C, 0 N.O */
 
 typedef struct {
     int nAlarmService;
@@ -328,9 +320,7 @@ typedef struct {
     int nSequenceMode;  /* 1 once, otherwise recycle */
 } STORAGE_DEVICE_MODE;
 
-typedef struct {
-    int nControl;       /* 0 Format, 1 Plug-In, 2 Un-Plug */
-} STORAGE_DEVICE_CONTROL;
+typedef struct { int nControl; } STORAGE_DEVICE_CONTROL; /* 0 Format, 1 Plug-In, 2 Un-Plug */
 
 typedef struct {
     char szStatus[32];
@@ -396,9 +386,7 @@ typedef struct {
     int nFileOption;    /* non-zero Remain, zero Delete */
 } FTP_SINGLEFILE;
 
-typedef struct {
-    char szFileName[256];
-} FTP_DELETEFILE;
+typedef struct { char szFileName[256]; } FTP_DELETEFILE;
 
 typedef struct {
     int nEnable;        /* neither sent nor read */
