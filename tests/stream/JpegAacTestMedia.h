@@ -1,0 +1,167 @@
+// Real-media helpers for the JPEG and AAC tests: running the Debian tools,
+// taking a baseline JPEG apart into what an RTP/JPEG sender transmits, and
+// splitting an ADTS stream into access units.
+#pragma once
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/FakeCamera.h"
+
+namespace kovo::test::media {
+
+inline bool haveTool(const std::string& name) {
+    return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+inline bool run(const std::string& command) { return std::system(command.c_str()) == 0; }
+
+inline std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream data;
+    data << in.rdbuf();
+    return data.str();
+}
+
+inline void writeFile(const std::string& path, const std::string& data) {
+    std::ofstream(path, std::ios::binary) << data;
+}
+
+class TempDir {
+public:
+    TempDir() {
+        char pattern[] = "/tmp/kovo-media-XXXXXX";
+        if (::mkdtemp(pattern)) path_ = pattern;
+    }
+    ~TempDir() {
+        if (!path_.empty()) run("rm -rf '" + path_ + "'");
+    }
+    const std::string& path() const { return path_; }
+    std::string file(const std::string& name) const { return path_ + "/" + name; }
+
+private:
+    std::string path_;
+};
+
+// What an RTP/JPEG sender needs from a baseline, 3-component JPEG file.
+struct JpegPicture {
+    int width = 0, height = 0;        // pixels
+    int lumaSampling = 0;             // 0x21 (4:2:2) or 0x22 (4:2:0)
+    std::string lumaTable, chromaTable;  // 64 bytes each, as stored in the DQT
+    unsigned restartInterval = 0;
+    std::string scan;                 // entropy-coded data between SOS and EOI
+};
+
+// Returns an empty string on success, otherwise why the file does not fit RTP/JPEG.
+inline std::string parseJpeg(const std::string& file, JpegPicture* out) {
+    auto u8 = [&](size_t i) { return static_cast<unsigned char>(file[i]); };
+    auto u16 = [&](size_t i) { return u8(i) << 8 | u8(i + 1); };
+    if (file.size() < 4 || u8(0) != 0xFF || u8(1) != 0xD8) return "no SOI";
+    std::string tables[4];
+    int tableOfComponent[3] = {0, 0, 0};
+    size_t i = 2;
+    while (i + 4 <= file.size()) {
+        if (u8(i) != 0xFF) return "marker expected";
+        const int marker = u8(i + 1);
+        const size_t length = u16(i + 2);
+        const size_t body = i + 4;
+        if (body + length - 2 > file.size()) return "truncated segment";
+        if (marker == 0xDB) {
+            for (size_t t = body; t + 65 <= body + length - 2; t += 65) {
+                if (u8(t) >> 4) return "16-bit quantisation table";
+                tables[u8(t) & 3] = file.substr(t + 1, 64);
+            }
+        } else if (marker == 0xC0) {
+            out->height = u16(body + 1);
+            out->width = u16(body + 3);
+            if (u8(body + 5) != 3) return "not 3 components";
+            out->lumaSampling = u8(body + 7);
+            for (int c = 0; c < 3; ++c) tableOfComponent[c] = u8(body + 8 + 3 * c);
+            if (u8(body + 10) != 0x11 || u8(body + 13) != 0x11) return "chroma subsampled oddly";
+        } else if (marker >= 0xC1 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 &&
+                   marker != 0xCC) {
+            return "not baseline";
+        } else if (marker == 0xDD) {
+            out->restartInterval = u16(body);
+        } else if (marker == 0xDA) {
+            const size_t scanStart = body + length - 2;
+            if (file.size() < scanStart + 2) return "no EOI";
+            out->scan = file.substr(scanStart, file.size() - scanStart - 2);
+            out->lumaTable = tables[tableOfComponent[0]];
+            out->chromaTable = tables[tableOfComponent[1]];
+            if (out->lumaTable.size() != 64 || out->chromaTable.size() != 64) return "missing DQT";
+            return "";
+        }
+        i = body + length - 2;
+    }
+    return "no SOS";
+}
+
+// RTP/JPEG packets of one picture: in-band tables (Q 255) in the first packet, a restart
+// header in every packet when the picture has restart markers, fragments of at most
+// maxScan scan bytes, the marker bit on the last one.
+inline std::vector<std::string> packetiseJpeg(const JpegPicture& pic, uint16_t* seq,
+                                              uint32_t timestamp, size_t maxScan) {
+    const int type = (pic.lumaSampling == 0x21 ? 0 : 1) | (pic.restartInterval ? 64 : 0);
+    std::vector<std::string> packets;
+    for (size_t offset = 0; offset < pic.scan.size() || offset == 0; offset += maxScan) {
+        std::string payload;
+        payload += '\0';
+        payload += static_cast<char>(offset >> 16);
+        payload += static_cast<char>(offset >> 8);
+        payload += static_cast<char>(offset);
+        payload += static_cast<char>(type);
+        payload += static_cast<char>(255);
+        payload += static_cast<char>(pic.width / 8);
+        payload += static_cast<char>(pic.height / 8);
+        if (pic.restartInterval) {
+            payload += static_cast<char>(pic.restartInterval >> 8);
+            payload += static_cast<char>(pic.restartInterval);
+            payload += static_cast<char>(0xFF);  // first and last bits set, count 0x3FFF
+            payload += static_cast<char>(0xFF);
+        }
+        if (offset == 0) {
+            payload += std::string("\0\0\0\x80", 4);
+            payload += pic.lumaTable + pic.chromaTable;
+        }
+        payload += pic.scan.substr(offset, maxScan);
+        const bool last = offset + maxScan >= pic.scan.size();
+        packets.push_back(rtpPacket(26, last, (*seq)++, timestamp, payload));
+    }
+    return packets;
+}
+
+// Access units of an ADTS stream (headers stripped); empty when the stream is malformed.
+inline std::vector<std::string> splitAdts(const std::string& adts) {
+    std::vector<std::string> units;
+    size_t i = 0;
+    while (i + 7 <= adts.size()) {
+        auto u8 = [&](size_t k) { return static_cast<unsigned char>(adts[i + k]); };
+        if (u8(0) != 0xFF || (u8(1) & 0xF0) != 0xF0) return {};
+        const size_t header = (u8(1) & 1) ? 7 : 9;
+        const size_t frame = (u8(3) & 3) << 11 | u8(4) << 3 | u8(5) >> 5;
+        if (frame < header || i + frame > adts.size()) return {};
+        units.push_back(adts.substr(i + header, frame - header));
+        i += frame;
+    }
+    return units;
+}
+
+// One access unit as an RFC 3640 RTP packet: AU-headers-length 16, 13-bit size, index 0.
+inline std::string aacPacket(const std::string& unit, uint16_t seq, uint32_t timestamp) {
+    std::string payload;
+    payload += '\0';
+    payload += static_cast<char>(16);
+    payload += static_cast<char>(unit.size() >> 5);
+    payload += static_cast<char>((unit.size() & 31) << 3);
+    payload += unit;
+    return rtpPacket(97, true, seq, timestamp, payload);
+}
+
+}  // namespace kovo::test::media
