@@ -1,0 +1,99 @@
+// Mutex-guarded FIFO queues of owned byte copies: received socket chunks
+// (receive thread -> assemble thread) and assembled frames (-> decode pacing).
+#ifndef KOVO_STREAM_DATALIST_H
+#define KOVO_STREAM_DATALIST_H
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+
+// Codec numbering of libavcodec; only the values this library names are listed.
+enum CodecID {
+    CODEC_ID_NONE = 0,
+    CODEC_ID_MJPEG = 8,
+    CODEC_ID_H264 = 28,
+    CODEC_ID_MPEG2TS = 0x20000,
+};
+
+class CMyMutex {
+public:
+    CMyMutex() { pthread_mutex_init(&m_mtx, nullptr); }
+    void Lock() { pthread_mutex_lock(&m_mtx); }
+    void UnLock() { pthread_mutex_unlock(&m_mtx); }
+    pthread_mutex_t m_mtx;
+};
+
+class CNetworkData {
+public:
+    CNetworkData(const char* data, uint32_t length);
+    ~CNetworkData();
+    CNetworkData(const CNetworkData&) = delete;
+    CNetworkData& operator=(const CNetworkData&) = delete;
+    char* GetData() { return m_data; }
+    uint32_t GetLen() const { return m_len; }
+
+private:
+    friend class CDataList;
+    char* m_data;
+    uint32_t m_len;
+    CNetworkData* m_next = nullptr;  // queue link: no extra node allocation per item
+};
+
+class CFrameData {
+public:
+    CFrameData(const unsigned char* data, uint32_t length, unsigned long long timeStamp);
+    ~CFrameData();
+    CFrameData(const CFrameData&) = delete;
+    CFrameData& operator=(const CFrameData&) = delete;
+
+    unsigned char* m_data;
+    uint32_t m_len;
+    unsigned long long m_timeStamp;
+    CodecID m_codecID = CODEC_ID_NONE;
+
+private:
+    friend class CDataList;
+    CFrameData* m_next = nullptr;
+};
+
+class CDataList {
+public:
+    CDataList();
+    ~CDataList();
+    CDataList(const CDataList&) = delete;
+    CDataList& operator=(const CDataList&) = delete;
+
+    int PutNetworkData(char* data, int length);
+    CNetworkData* GetNetworkData();
+    // Like GetNetworkData, but when the queue is empty waits up to timeoutMs
+    // for a PutNetworkData or a WakeNetworkWaiters.
+    CNetworkData* WaitNetworkData(int timeoutMs);
+    void WakeNetworkWaiters();
+    size_t GetNetworkDataCount();
+
+    int PutFrame(char* data, unsigned int length, unsigned long long timeStamp, CodecID codec);
+    CFrameData* GetFrame(int* count);
+    int GetFrameCount();
+
+private:
+    CNetworkData* popNetworkLocked();
+
+    CMyMutex m_mtxNetworkData;
+    CMyMutex m_mtxFrame;
+    pthread_cond_t m_networkArrived;
+    int m_networkWaiters = 0;
+    bool m_wakeRequested = false;
+    CNetworkData* m_networkHead = nullptr;
+    CNetworkData* m_networkTail = nullptr;
+    size_t m_networkCount = 0;
+    CFrameData* m_frameHead = nullptr;
+    CFrameData* m_frameTail = nullptr;
+    int m_frameCount = 0;
+};
+
+// Paces queued frames by the frame rate, adapting to the queue length, and
+// discards them (no decoder is attached). Returns when run becomes 0.
+void PaceDecodeFrames(CDataList* list, int frameRate, const std::atomic<int>& run);
+
+#endif

@@ -1,0 +1,109 @@
+#include "stream/Deinterleaver.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr uint8_t kFrameMark = 0x24;  // "$"
+constexpr uint32_t kLargePacket = 8192;
+
+uint32_t framedLength(const uint8_t* p) { return uint32_t(p[2]) * 256 + p[3]; }
+
+// Moves one framed packet (known to be complete) from temp into recv as a
+// 4-byte length then the packet; the second append fires recv's callback.
+void movePacket(CBuffer* temp, CBuffer* recv, uint32_t length) {
+    evbuffer_addx(recv, &length, 4, 0);
+    evbuffer_drain(temp, 4);
+    evbuffer_addx(recv, temp->buffer, length, 1);
+    evbuffer_drain(temp, length);
+}
+
+// First index i in [0, n-2] where "$" is followed by one of the channels, or -1.
+long findFrameStart(const uint8_t* p, uint32_t n, uint8_t channelA, uint8_t channelB) {
+    if (n < 2) return -1;
+    const uint8_t* end = p + n - 1;  // last index a "$" may sit at, exclusive
+    const uint8_t* at = p;
+    while (at < end) {
+        const void* hit = memchr(at, kFrameMark, size_t(end - at));
+        if (!hit) return -1;
+        at = static_cast<const uint8_t*>(hit);
+        if (at[1] == channelA || at[1] == channelB) return long(at - p);
+        ++at;
+    }
+    return -1;
+}
+
+// Each skip of leading garbage owes one "fixed ... begin" trace once the
+// rest of the pass is done; aligning once at the end gives the same result
+// as aligning after every extraction.
+void finishPass(CBuffer* temp, int pendingSkips, const char* fixedTrace) {
+    evbuffer_align(temp);
+    for (int i = 0; i < pendingSkips; ++i) KovoTrace("%s", fixedTrace);
+}
+
+}  // namespace
+
+void DeinterleaveVideo(CBuffer* temp, CBuffer* videoRecv, int& startProcessData) {
+    static const char kFixed[] = "CVideoControl::HandleTempBuffer fixed not 24 00 begin.\n ";
+    int pendingSkips = 0;
+    for (;;) {
+        const uint32_t n = temp->off;
+        const uint8_t* p = temp->buffer;
+        if (n > 4 && p[0] == kFrameMark && p[1] == 0) {
+            const uint32_t length = framedLength(p);
+            if (length > kLargePacket)
+                KovoTrace("CVideoControl::HandleTempBuffer rtp_payload_length Error.\n ");
+            if (n < length + 4) break;  // wait for the rest of the packet
+            movePacket(temp, videoRecv, length);
+            if (!startProcessData) startProcessData = 1;
+            if (temp->off >= 5) continue;
+            break;
+        }
+        if (n < 3) {
+            KovoTrace("CVideoControl::HandleTempBuffer other.\n ");
+            break;
+        }
+        const long i = findFrameStart(p, n, 0, 0);
+        if (i <= 0) {
+            evbuffer_drain(temp, n - 1);  // the last byte may begin a frame
+            KovoTrace("CVideoControl::HandleTempBuffer clear temp buffer(nont 24 00)\n");
+            evbuffer_align(temp);
+            KovoTrace("%s", kFixed);
+            break;
+        }
+        evbuffer_drain(temp, size_t(i));
+        KovoTrace("CVideoControl::HandleTempBuffer drain %d temp buffer(nont 24 00)\n", int(i));
+        ++pendingSkips;
+    }
+    finishPass(temp, pendingSkips, kFixed);
+}
+
+void DeinterleaveAudioVideo(CBuffer* temp, CBuffer* videoRecv, CBuffer* audioRecv,
+                            int& startProcessData) {
+    static const char kFixed[] = "CVideoControl::HandleTempBuffer fixed not 24 00 or 02 begin.\n ";
+    int pendingSkips = 0;
+    for (;;) {
+        const uint32_t n = temp->off;
+        const uint8_t* p = temp->buffer;
+        if (n > 4 && p[0] == kFrameMark && (p[1] == 2 || p[1] == 0)) {
+            const uint32_t length = framedLength(p);
+            if (length + 4 > n) break;
+            movePacket(temp, p[1] == 2 ? videoRecv : audioRecv, length);
+            if (temp->off <= 4) break;
+            startProcessData = 1;
+            continue;
+        }
+        const long i = findFrameStart(p, n, 0, 2);
+        if (i <= 0) {
+            evbuffer_drain(temp, n ? n - 1 : 0);
+            KovoTrace("CVideoControl::HandleV107 clear temp buffer(not 24 00 or 02 clear)\n");
+            evbuffer_align(temp);
+            KovoTrace("%s", kFixed);
+            break;
+        }
+        evbuffer_drain(temp, size_t(i));
+        KovoTrace("CVideoControl::HandleV107 drain %d temp buffer(not 24 00 or 02)\n", int(i));
+        ++pendingSkips;
+    }
+    finishPass(temp, pendingSkips, kFixed);
+}

@@ -1,0 +1,247 @@
+// Exported stream functions: open/close the live stream of a logged-in
+// device and register the callbacks that receive its frames.
+#include "stream/StreamApi.h"
+
+#include <cstdio>
+#include <cstring>
+#include <mutex>
+
+#include "rtsp/rtsp.h"
+#include "sdk/Device.h"
+#include "sdk/KovoSDK.h"
+#include "stream/VideoControl.h"
+
+namespace {
+
+using DeviceLock = std::unique_lock<std::recursive_mutex>;
+
+constexpr const char* kUserAgent = "User-Agent: ORV CMS V1.0";
+constexpr const char* kTransport = "Transport: RTP/AVP/TCP;unicast;interleaved=0-1";
+
+// Detaches the controller under the device lock; the caller destroys it
+// after releasing the lock, so a callback calling back into the library
+// cannot deadlock against the join.
+CVideoControl* takeController(CDevice* device) {
+    CVideoControl* control = device->m_pVideoControl;
+    device->m_pVideoControl = nullptr;
+    return control;
+}
+
+// After a failed DESCRIBE or a missing video track the device is unusable:
+// the id leaves the registry so later calls get the unknown-device code.
+void releaseDevice(long id, CDevice* device, DeviceLock& lock) {
+    CVideoControl* control = takeController(device);
+    rtsp_close(&device->stream);
+    rtsp_close(&device->control);
+    lock.unlock();
+    delete control;
+    UnregisterDevice(id, device);
+    delete device;
+}
+
+void copyText(char (&out)[256], const char* text) { snprintf(out, sizeof out, "%s", text); }
+
+int validateOpenArguments(long id, int channel, long type, long mode, int connectType,
+                          long pool) {
+    if (id < 1) return KovoTrace("OpenStream[%d] device invalid.\n", __LINE__), -1;
+    if (channel < 0) return KovoTrace("OpenStream[%d] channel invalid.\n", __LINE__), -1;
+    if (type < 0) return KovoTrace("OpenStream[%d] stream type invalid.\n", __LINE__), -1;
+    if (mode < 0) return KovoTrace("OpenStream[%d] stream mode invalid.\n", __LINE__), -1;
+    if (connectType != CONNECT_TYPE_UDP && connectType != CONNECT_TYPE_TCP)
+        return KovoTrace("OpenStream[%d] connect type invalid.\n", __LINE__), -1;
+    if (pool < 0) return KovoTrace("OpenStream[%d] buffer pool size invalid.\n", __LINE__), -1;
+    return 0;
+}
+
+// SETUP of each track, then PLAY; the SETUP results are not checked.
+int setupAndPlay(CDevice* dev) {
+    CConnect* conn = &dev->stream;
+    if (dev->a_mrl[0]) {
+        rtsp_schedule_field(conn, kTransport);
+        rtsp_schedule_field(conn, kUserAgent);
+        rtsp_request_setup(conn, dev->a_mrl);
+    }
+    rtsp_schedule_field(conn, kTransport);
+    rtsp_schedule_field(conn, kUserAgent);
+    rtsp_request_setup(conn, dev->v_mrl);
+    rtsp_schedule_field(conn, "Range: npt=0.000-");
+    return rtsp_request_play(conn, dev->v_mrl);
+}
+
+void startController(CDevice* dev, long id, bool mjpeg) {
+    dev->lDeviceID = int(id);
+    auto* control = new CVideoControl(dev->width, dev->height, dev->framerate);
+    dev->m_pVideoControl = control;
+    control->SetDevice(dev);
+    control->SetSocket(dev->stream.s);
+    control->SetStreamID(id);
+    control->SetConnectType(CONNECT_TYPE_TCP);
+    if (mjpeg) control->SetDataType(MJPEGDATA_TYPE);
+    control->HasAudio(dev->a_mrl[0] != '\0');
+    control->SetWnd(static_cast<unsigned long>(dev->VideoWnd));
+    control->StartThread();
+}
+
+// Looks the device up and runs f(device, controller) under its lock, or
+// prints noStream and returns -1 when no stream is open.
+template <typename F>
+long withController(long id, const char* noStream, F f) {
+    CDevice* dev = FindDeviceByDeviceID(id);
+    if (!dev) return -1;
+    DeviceLock lock(dev->callLock);
+    if (!dev->m_pVideoControl) {
+        puts(noStream);
+        return -1;
+    }
+    return f(dev->m_pVideoControl);
+}
+
+const char kNoVideoControl[] = "dev->m_pVideoControl == NULL,Kovo_SetRealDataCallBack failed \r";
+
+}  // namespace
+
+void StopDeviceStream(CDevice* device) {
+    if (!device) return;
+    DeviceLock lock(device->callLock);
+    CVideoControl* control = takeController(device);
+    lock.unlock();
+    delete control;
+}
+
+long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStreamMode,
+                     int ConnectType, long lBufPoolSize) {
+    if (validateOpenArguments(lDeviceID, nChannel, lStreamType, lStreamMode, ConnectType,
+                              lBufPoolSize) != 0)
+        return -1;
+    CDevice* dev = FindDeviceByDeviceID(lDeviceID);
+    if (!dev) {
+        puts("Kovo_OpenStream tmpDev == NULL");
+        return -1;
+    }
+    // A stream still open on the device is stopped first, so its receive
+    // thread neither leaks nor competes for the replies below.
+    StopDeviceStream(dev);
+    DeviceLock lock(dev->callLock);
+    CConnect* conn = &dev->stream;
+    rtsp_schedule_field(conn, "Accept: application/sdp");
+    rtsp_schedule_field(conn, kUserAgent);
+    if (rtsp_request_describe(conn, nullptr) != 200) {
+        releaseDevice(lDeviceID, dev, lock);
+        KovoTrace("OpenStream[%d] request describe failed and return.\n", __LINE__);
+        return -125;
+    }
+    const bool mjpeg = strstr(conn->mrl, "MJPEG") != nullptr;
+
+    const char* dimensions = rtsp_search_answers(conn, "a=x-dimensions");
+    if (!dimensions) return -1;
+    sscanf(dimensions, "%d, %d \r\n", &dev->width, &dev->height);
+    KovoTrace("%d x %d ", dev->width, dev->height);
+    dev->framerate = 0;
+    const char* frameRate = rtsp_search_answers(conn, "a=x-framerate");
+    if (!frameRate) return -1;
+    sscanf(frameRate, "%d", &dev->framerate);
+    KovoTrace("pFrameRate=%s, tmpDev->framerate=%d\r\n", frameRate, dev->framerate);
+
+    const char* videoMrl = rtsp_get_video_mrl(conn);
+    if (!videoMrl) {
+        releaseDevice(lDeviceID, dev, lock);
+        KovoTrace("OpenStream[%d] get video mrl failed.\n", __LINE__);
+        return -122;
+    }
+    KovoTrace("videomrl=%s\r\n", videoMrl);
+    const char* audioMrl = rtsp_get_audio_mrl(conn);
+    // A track that this SDP no longer offers must not select the audio layout.
+    dev->a_mrl[0] = '\0';
+    if (audioMrl) {
+        copyText(dev->a_mrl, audioMrl);
+        printf("audiomrl=%s\n", audioMrl);
+    }
+    copyText(dev->v_mrl, videoMrl);
+
+    conn->protocol = ConnectType;
+    if (ConnectType == CONNECT_TYPE_TCP) {
+        if (setupAndPlay(dev) != 200) {
+            KovoTrace("OpenStream[%d] request play(TCP) video error and return,\t\t\t\ttmpDev->v_mrl=%s\r\n",
+                      __LINE__, dev->v_mrl);
+            return -123;
+        }
+        startController(dev, lDeviceID, mjpeg);
+    }
+    KovoTrace("OpenStream Successfully:id=%d \r\n", dev->lDeviceID);
+    return 0;
+}
+
+long Kovo_CloseStream(long lDeviceID) {
+    if (lDeviceID <= 0) {
+        KovoTrace("CloseStream[%d] stream id invalid\n", __LINE__);
+        return -1;
+    }
+    CDevice* dev = FindDeviceByDeviceID(lDeviceID);
+    if (!dev) {
+        puts("tmpDev == NULL\r");
+        return -1;
+    }
+    Kovo_SetRealDataCallBack(lDeviceID, H264DATA_TYPE, nullptr, 0);
+    DeviceLock lock(dev->callLock);
+    CConnect* conn = &dev->stream;
+    const int wait = conn->protocol == CONNECT_TYPE_TCP ? 0 : 1;
+    if (dev->v_mrl[0]) rtsp_request_pause(conn, dev->v_mrl, wait);
+    if (dev->a_mrl[0]) rtsp_request_pause(conn, dev->a_mrl, wait);
+    CVideoControl* control = takeController(dev);
+    lock.unlock();
+    delete control;
+    return 0;
+}
+
+long Kovo_SetVideoWnd(long lDeviceID, unsigned long hWnd) {
+    CDevice* dev = FindDeviceByDeviceID(lDeviceID);
+    if (!dev) return -1;
+    DeviceLock lock(dev->callLock);
+    dev->VideoWnd = int(hWnd);
+    printf("dev->VideoWnd=%ld\n", long(dev->VideoWnd));
+    return 0;
+}
+
+static long setDecoding(long lStreamID, bool on) {
+    CDevice* dev = FindDeviceByDeviceID(lStreamID);
+    if (!dev) return -1;
+    DeviceLock lock(dev->callLock);
+    if (!dev->m_pVideoControl) {
+        puts("m_pVideoControl==NULL, not open stream?");
+        return -2;
+    }
+    if (on)
+        dev->m_pVideoControl->StartDecode();
+    else
+        dev->m_pVideoControl->StopDecode();
+    return 0;
+}
+
+long Kovo_StartDecode(long lStreamID) { return setDecoding(lStreamID, true); }
+long Kovo_StopDecode(long lStreamID) { return setDecoding(lStreamID, false); }
+
+long Kovo_SetRealDataCallBack(long lDeviceID, DATA_TYPE_E eDataType, fRealDataCallBack cbRealData,
+                              unsigned long dwUser) {
+    return withController(lDeviceID, kNoVideoControl, [&](CVideoControl* c) {
+        return c->SetRealDataCallBack(eDataType, cbRealData, dwUser);
+    });
+}
+
+long Kovo_SetDisplayDataCallBack(long lDeviceID, DATA_TYPE_E, fDisplayDataCallBack cbDisplayData,
+                                 unsigned long dwUser) {
+    return withController(lDeviceID, kNoVideoControl, [&](CVideoControl* c) {
+        return c->SetRealDataCallBackDecode(cbDisplayData, dwUser);
+    });
+}
+
+long Kovo_SetMJPEGCallBack(long lDeviceID, fMJPEGCallBack cbMJPEGData, unsigned long dwUser) {
+    return withController(lDeviceID, kNoVideoControl, [&](CVideoControl* c) {
+        return c->SetMJPEGCallBack(cbMJPEGData, dwUser);
+    });
+}
+
+long Kovo_SetAudioCallBack(long lStreamID, fAudioCallBack cbAudioDataFunc, unsigned long dwUser) {
+    return withController(
+        lStreamID, "dev->m_pVideoControl == NULL,Kovo_SetAudioCallBack failed \r",
+        [&](CVideoControl* c) { return c->SetAudioCallBack(cbAudioDataFunc, dwUser); });
+}

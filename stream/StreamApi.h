@@ -1,0 +1,11 @@
+// Internal helpers of the stream exports shared with the login code.
+#ifndef KOVO_STREAM_STREAMAPI_H
+#define KOVO_STREAM_STREAMAPI_H
+
+struct CDevice;
+
+// Stops and destroys the device's stream controller, if any (no RTSP
+// traffic). Call before deleting a device that may still be streaming.
+void StopDeviceStream(CDevice* device);
+
+#endif

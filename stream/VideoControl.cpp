@@ -1,0 +1,386 @@
+#include "stream/VideoControl.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "sdk/Device.h"
+#include "stream/Deinterleaver.h"
+#include "stream/rtp.h"
+
+namespace {
+
+CBuffer* newBuffer(evbuffer_cb cb, void* arg) {
+    CBuffer* buf = evbuffer_new();
+    if (!buf) {
+        puts("evbuffer_new failed, out of memory");
+        exit(-1);
+    }
+    evbuffer_setcb(buf, cb, arg);
+    return buf;
+}
+
+uint32_t frontLength(const CBuffer* buf) {
+    uint32_t length = 0;
+    if (buf->off >= 4) memcpy(&length, buf->buffer, 4);
+    return length;
+}
+
+// The packet at the front of a receive buffer, when its length prefix fits.
+bool frontPacket(const CBuffer* buf, const uint8_t** packet, uint32_t* length) {
+    *length = frontLength(buf);
+    if (buf->off < 12 || uint64_t(*length) + 4 > buf->off) return false;
+    *packet = buf->buffer + 4;
+    return true;
+}
+
+}  // namespace
+
+CVideoControl::CVideoControl(int width, int height, int frameRate)
+    : m_nSourceVideoWidth(width), m_nSourceVideoHeight(height), m_nFrameRate(frameRate) {
+    m_DataList = new CDataList;
+    m_pVRecvEvbuffer = newBuffer(on_evbuffer_call_back, this);
+    m_pVFrameEvbuffer = newBuffer(nullptr, nullptr);
+    m_pVTempEvbuffer = newBuffer(nullptr, nullptr);
+    m_pAUFrameEvbuffer = newBuffer(nullptr, nullptr);
+    m_pAURecvEvbuffer = newBuffer(on_audio_dataprocess_call, this);
+}
+
+CVideoControl::~CVideoControl() {
+    StopThread();
+    evbuffer_free(m_pVRecvEvbuffer);
+    evbuffer_free(m_pVFrameEvbuffer);
+    evbuffer_free(m_pVTempEvbuffer);
+    evbuffer_free(m_pAUFrameEvbuffer);
+    evbuffer_free(m_pAURecvEvbuffer);
+    delete m_DataList;
+}
+
+int CVideoControl::SetRealDataCallBack(DATA_TYPE_E type, fRealDataCallBack cb, unsigned long user) {
+    std::lock_guard<std::mutex> lock(m_callbackLock);
+    m_cbRealDataFunc = cb;
+    m_ecbDataType = type;
+    m_dwUser = user;
+    return 0;
+}
+
+int CVideoControl::SetRealDataCallBackDecode(fDisplayDataCallBack cb, unsigned long user) {
+    std::lock_guard<std::mutex> lock(m_callbackLock);
+    m_cbRealDataFuncDecode = cb;
+    m_dwUserDecode = user;
+    return 0;
+}
+
+int CVideoControl::SetMJPEGCallBack(fMJPEGCallBack cb, unsigned long user) {
+    std::lock_guard<std::mutex> lock(m_callbackLock);
+    m_cbMPEGFunc = cb;
+    m_dwUserJPEG = user;
+    return 0;
+}
+
+int CVideoControl::SetAudioCallBack(fAudioCallBack cb, unsigned long user) {
+    std::lock_guard<std::mutex> lock(m_callbackLock);
+    m_cbAudio = cb;
+    m_dwUserAudio = user;
+    return 0;
+}
+
+unsigned long CVideoControl::SetAudioCallBackDecode(fAudioCallBackDecode cb, unsigned long user) {
+    std::lock_guard<std::mutex> lock(m_callbackLock);
+    m_cbAudioDecode = cb;
+    m_dwUserAudioDecode = user;
+    return user;
+}
+
+// Each delivery reads its slot under the lock and calls outside it, so a
+// callback may itself call the setters.
+int CVideoControl::ProcessDataCallBack(unsigned char* data, unsigned long length, DATA_TYPE_E type,
+                                       FRAME_TYPE_E frameType) {
+    fRealDataCallBack cb;
+    DATA_TYPE_E wanted;
+    unsigned long user;
+    {
+        std::lock_guard<std::mutex> lock(m_callbackLock);
+        cb = m_cbRealDataFunc;
+        wanted = m_ecbDataType;
+        user = m_dwUser;
+    }
+    if (cb && wanted == H264DATA_TYPE && type == H264DATA_TYPE) cb(wanted, frameType, data, length, user);
+    return 0;
+}
+
+template <typename Callback>
+static void readSlot(std::mutex& lock, Callback slot, unsigned long userSlot, Callback& cb,
+                     unsigned long& user) {
+    std::lock_guard<std::mutex> guard(lock);
+    cb = slot;
+    user = userSlot;
+}
+
+int CVideoControl::ProcessDataCallBackMJPEG(unsigned char* data, unsigned long length) {
+    fMJPEGCallBack cb;
+    unsigned long user;
+    readSlot(m_callbackLock, m_cbMPEGFunc, m_dwUserJPEG, cb, user);
+    if (cb) cb(m_lStreamID, m_DataType, data, length, user);
+    return 0;
+}
+
+int CVideoControl::ProcessDataCallBackDecode(DATA_TYPE_E, long width, long height,
+                                             unsigned char* data) {
+    fDisplayDataCallBack cb;
+    unsigned long user;
+    readSlot(m_callbackLock, m_cbRealDataFuncDecode, m_dwUserDecode, cb, user);
+    if (cb) cb(m_lStreamID, YUVDATA_TYPE, width, height, data, user);
+    return 0;
+}
+
+int CVideoControl::ProcessAudioCallBack(unsigned char* data, unsigned long length,
+                                        DATA_TYPE_E type) {
+    fAudioCallBack cb;
+    unsigned long user;
+    readSlot(m_callbackLock, m_cbAudio, m_dwUserAudio, cb, user);
+    if (cb) cb(m_lStreamID, type, data, length, user);
+    return 0;
+}
+
+int CVideoControl::ProcessAudioCallBackDecode(unsigned char* data, unsigned long length,
+                                              DATA_TYPE_E type) {
+    fAudioCallBackDecode cb;
+    unsigned long user;
+    readSlot(m_callbackLock, m_cbAudioDecode, m_dwUserAudioDecode, cb, user);
+    if (cb) cb(m_lStreamID, type, data, length, user);
+    return 0;
+}
+
+// ---- threads ---------------------------------------------------------------
+
+void CVideoControl::StartThread() {
+    if (m_nSocket < 0 && m_pDevice) m_nSocket = static_cast<CDevice*>(m_pDevice)->stream.s;
+    m_nRunRecvThread = 1;
+    m_recvThreadAlive = true;
+    int rc = pthread_create(&m_nRecvThreadID, nullptr, RecvThreadProc, this);
+    if (rc != 0) {
+        printf("pthread_create RecvThreadProc error: %s\n", strerror(rc));
+        fflush(stdout);
+        exit(-1);
+    }
+    m_recvStarted = true;
+    m_nRunAssembleFrame = 1;
+    rc = pthread_create(&m_nAssembleThreadID, nullptr, AssembleFrameProc, this);
+    if (rc != 0) {
+        printf("pthread_create AssembleFrameProc error: %s\n", strerror(rc));
+        fflush(stdout);
+        exit(-3);
+    }
+    m_assembleStarted = true;
+}
+
+void CVideoControl::StopThread() {
+    m_nRunRecvThread = 0;
+    if (m_recvStarted) {
+        pthread_join(m_nRecvThreadID, nullptr);
+        m_recvStarted = false;
+    }
+    m_nRunAssembleFrame = 0;
+    if (m_assembleStarted) {
+        m_DataList->WakeNetworkWaiters();
+        pthread_join(m_nAssembleThreadID, nullptr);
+        m_assembleStarted = false;
+    }
+}
+
+void* CVideoControl::RecvThreadProc(void* self) {
+    static_cast<CVideoControl*>(self)->receiveLoop();
+    return nullptr;
+}
+
+void* CVideoControl::AssembleFrameProc(void* self) {
+    static_cast<CVideoControl*>(self)->assembleLoop();
+    return nullptr;
+}
+
+void* CVideoControl::DecodeFrameProc(void* self) {
+    auto* control = static_cast<CVideoControl*>(self);
+    PaceDecodeFrames(control->m_DataList, control->m_nFrameRate, control->m_nRunDecodeFrame);
+    return nullptr;
+}
+
+void CVideoControl::receiveLoop() {
+    char buf[kRecvChunk];
+    while (m_nRunRecvThread) {
+        if (!GetDevice() && m_nSocket < 0) {
+            puts("pDev==NULL");
+            usleep(20000);
+            continue;
+        }
+        pollfd pfd{m_nSocket, POLLIN, 0};
+        int ready = poll(&pfd, 1, kRecvWaitMs);
+        if (ready <= 0) {
+            if (ready < 0 && errno != EINTR) usleep(10000);
+            continue;
+        }
+        ssize_t n = recv(m_nSocket, buf, sizeof buf, 0);
+        if (n <= 0) {
+            if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+            printf("recv len <=0: %d , disconnected ! exit thread!\n", int(n));
+            break;
+        }
+        m_DataList->PutNetworkData(buf, int(n));
+    }
+    m_recvThreadAlive = false;
+}
+
+void CVideoControl::assembleLoop() {
+    while (m_nRunAssembleFrame) {
+        CNetworkData* item = m_DataList->WaitNetworkData(kAssembleWaitMs);
+        if (!item) continue;
+        AssembleChunk(item->GetData(), item->GetLen());
+        delete item;
+    }
+}
+
+void CVideoControl::AssembleChunk(const char* data, uint32_t length) {
+    if (evbuffer_addx(m_pVTempEvbuffer, data, length, 0) == -1) {
+        KovoTrace("CVideoControl::RTPRecvOverTCP Sleep 1, recvSize = %d\n", int(length));
+        evbuffer_drain(m_pVTempEvbuffer, m_pVTempEvbuffer->off);
+    }
+    if (m_bHasAudio)
+        HandleAVTempBuffer();
+    else
+        HandleTempBuffer();
+}
+
+void CVideoControl::HandleTempBuffer() {
+    DeinterleaveVideo(m_pVTempEvbuffer, m_pVRecvEvbuffer, m_StartProcessData);
+}
+
+void CVideoControl::HandleAVTempBuffer() {
+    DeinterleaveAudioVideo(m_pVTempEvbuffer, m_pVRecvEvbuffer, m_pAURecvEvbuffer,
+                           m_StartProcessData);
+}
+
+// ---- per-packet work on the assemble thread -------------------------------
+
+void on_evbuffer_call_back(CBuffer*, uint32_t, uint32_t, void* arg) {
+    auto* control = static_cast<CVideoControl*>(arg);
+    if (!control || !control->m_StartProcessData || control->ConnectType == CONNECT_TYPE_NONE)
+        return;
+    control->onVideoPacket();
+}
+
+void on_audio_dataprocess_call(CBuffer*, uint32_t, uint32_t, void* arg) {
+    auto* control = static_cast<CVideoControl*>(arg);
+    if (!control || !control->m_StartProcessData || control->ConnectType == CONNECT_TYPE_NONE)
+        return;
+    control->onAudioPacket();
+}
+
+void CVideoControl::jpegSink(void* self, const unsigned char* data, size_t length) {
+    static_cast<CVideoControl*>(self)->ProcessDataCallBackMJPEG(const_cast<unsigned char*>(data),
+                                                                length);
+}
+
+void CVideoControl::audioSink(void* self, const unsigned char* data, size_t length) {
+    static_cast<CVideoControl*>(self)->ProcessAudioCallBack(const_cast<unsigned char*>(data),
+                                                            length, AACDATA_TYPE);
+}
+
+void CVideoControl::onVideoPacket() {
+    if (m_DataType == MJPEGDATA_TYPE) {
+        const uint8_t* packet = nullptr;
+        uint32_t length = 0;
+        if (frontPacket(m_pVRecvEvbuffer, &packet, &length))
+            m_jpeg.pushPacket(packet, length, jpegSink, this);
+        // Whatever else the receive buffer holds goes with this packet.
+        evbuffer_drain(m_pVRecvEvbuffer, m_pVRecvEvbuffer->off);
+        return;
+    }
+    int complete = 0;
+    int nalType = 0;
+    unsigned int timestamp = 0;
+    GetFrameData(m_pVFrameEvbuffer, complete, nalType, timestamp);
+    if (complete) deliverH264Frame();
+}
+
+void CVideoControl::deliverH264Frame() {
+    unsigned char* data = m_pVFrameEvbuffer->buffer;
+    const uint32_t length = m_pVFrameEvbuffer->off;
+    int showKey = m_bFirstKeyShow;
+    const FRAME_TYPE_E type = length > 4 && IsKeyFrameH264(char(data[4])) ? I_FRAME : P_FRAME;
+    if (!m_bFirstKeyShow && type == I_FRAME) {
+        m_bFirstKeyShow = 1;
+        showKey = 1;
+        KovoTrace("Receive key frame .\n");
+    }
+    if (showKey) ProcessDataCallBack(data, length, H264DATA_TYPE, type);
+    evbuffer_drain(m_pVFrameEvbuffer, length);
+}
+
+void CVideoControl::onAudioPacket() {
+    int complete = 0;
+    int unused = 0;
+    GetAudioData(m_pAUFrameEvbuffer, complete, unused);
+}
+
+int CVideoControl::GetFrameData(CBuffer* frame, int& complete, int& nalType,
+                                unsigned int& timestamp) {
+    m_h264.GetFrameData(m_pVRecvEvbuffer, frame, complete, nalType, timestamp);
+    return 0;
+}
+
+int CVideoControl::GetAudioData(CBuffer*, int& complete, int&) {
+    complete = 0;
+    const uint8_t* packet = nullptr;
+    uint32_t length = 0;
+    if (!frontPacket(m_pAURecvEvbuffer, &packet, &length)) {
+        evbuffer_drain(m_pAURecvEvbuffer, m_pAURecvEvbuffer->off);
+        return 0;
+    }
+    // The sink hands each ADTS frame straight to the application.
+    m_aac.pushPacket(packet, length, audioSink, this);
+    complete = 1;
+    // Further access units of the packet stay at the front of the buffer.
+    evbuffer_drain(m_pAURecvEvbuffer, 4 + m_aac.consumedBytes());
+    return 0;
+}
+
+int CVideoControl::CheckStamp(unsigned char* data, int length) {
+    static const unsigned char kStampCode[16] = {0x00, 0x00, 0x00, 0x01, 0x06, 0x00, 0x0A, 0xAB,
+                                                 0xF2, 0x00, 0x00, 0x03, 0x02, 0xBF, 0x20, 0x00};
+    if (!data || length < 16) return 0;
+    if (m_iStampWrongCount > 30) {
+        printf("CVideoControl::CheckStamp stamp code error max.");
+        m_iStampWrongCount = 0;
+        return 0;
+    }
+    if (memcmp(data, kStampCode, 4) == 0) return 28;
+    m_iStampWrongCount = 0;
+    return 8;
+}
+
+// ---- socket readiness handlers (not installed by the TCP stream path) -----
+
+int CVideoControl::RTPRecvfrom(int fd, short, void*) {
+    char datagram[4096];
+    int n = rtp_recvfrom(fd, datagram, sizeof datagram, &rtpclientaddr);
+    if (n < 1) return 0;
+    if (n > RTP_HEAD_LEN && IsKeyFrameH264(datagram[RTP_HEAD_LEN])) m_bStartFromKeyFrame = 1;
+    if (m_bStartFromKeyFrame) {
+        uint32_t length = uint32_t(n);
+        evbuffer_addx(m_pVRecvEvbuffer, &length, 4, 0);
+        if (evbuffer_addx(m_pVRecvEvbuffer, datagram, length, 1) == -1)
+            KovoTrace("Sleep = %d\n", n);
+        m_StartProcessData = 1;
+    }
+    return n;
+}
+
+int CVideoControl::RTPRecvOverTCP(int fd, short, void*) {
+    int n = rtp_recv(fd, m_strRecvBuf, sizeof m_strRecvBuf);
+    return n < 0 ? 0 : n;
+}
