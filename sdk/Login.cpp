@@ -5,6 +5,7 @@
 
 #include "rtsp/rtsp.h"
 #include "sdk/Device.h"
+#include "stream/StreamApi.h"
 
 namespace {
 
@@ -81,6 +82,8 @@ long Kovo_Logout(long lDeviceID) {
         puts("Not find device.\r");
         return -1;
     }
+    // A stream left open would keep threads reading a socket closed below.
+    StopDeviceStream(device);
     {
         std::lock_guard<std::recursive_mutex> lock(device->callLock);
         rtsp_close(&device->stream);
