@@ -1,0 +1,253 @@
+// The exact lines every Set and command export sends, family by family:
+// order, key spelling and value formatting, after "Content-type".
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "ParamTestSupport.h"
+
+using kovo::test::kContentType;
+using kovo::test::LoggedInCamera;
+
+namespace {
+
+struct SetCase {
+    const char* name;
+    std::function<long(long id)> call;
+    std::vector<std::string> lines;  // after "Content-type"
+};
+
+void runSetCases(const std::vector<SetCase>& cases) {
+    LoggedInCamera cam;
+    ASSERT_GT(cam.id, 0);
+    for (const SetCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        cam.cam.clearRequests();
+        EXPECT_EQ(c.call(cam.id), 0);
+        std::vector<std::string> expected{kContentType};
+        expected.insert(expected.end(), c.lines.begin(), c.lines.end());
+        const auto requests = cam.cam.requests();
+        ASSERT_EQ(requests.size(), 1u);
+        EXPECT_EQ(requests[0].method, "SET_PARAMETER");
+        EXPECT_EQ(requests[0].url, "rtsp://127.0.0.1");
+        EXPECT_EQ(kovo::test::paramLines(requests[0]), expected);
+    }
+}
+
+// A text argument held in writable storage, as the exports take char*.
+long withText(const char* text, const std::function<long(char*)>& call) {
+    std::string copy = text;
+    return call(copy.data());
+}
+
+TEST(ParamSetLines, Imaging) {
+    runSetCases({
+        {"NoiseReduction", [](long id) { return withText("3", [&](char* t) { return Kovo_SetNoiseReduction(id, -1, t); }); },
+         {"NoiseReduction: 3"}},
+        {"WhiteBalanceMode", [](long id) { return withText("Auto WB", [&](char* t) { return Kovo_SetWhiteBalanceMode(id, 0, t); }); },
+         {"WhiteBalanceMode: Auto WB"}},
+        {"NearLimitSetup", [](long id) { return withText("1m", [&](char* t) { return Kovo_SetNearLimitSetup(id, 1, t); }); },
+         {"NearLimitSetup: 1m"}},
+        {"ApertureSetup", [](long id) { return withText("F1.6", [&](char* t) { return Kovo_SetApertureSetup(id, 0, t); }); },
+         {"ApertureSetup: F1.6"}},
+        {"ShutterSpeed", [](long id) { return withText("1/50", [&](char* t) { return Kovo_SetShutterSpeed(id, 0, t); }); },
+         {"ShutterSpeedSetup: 1/50"}},
+        {"ExposureMode", [](long id) { return withText("Manual", [&](char* t) { return Kovo_SetExposureMode(id, 0, t); }); },
+         {"ExposureModeSetup: Manual"}},
+        {"DayNightOnOFF", [](long id) { return withText("ON", [&](char* t) { return Kovo_SetDayNightOnOFF(id, 0, t); }); },
+         {"DayNight: ON"}},
+        {"DayNightMode", [](long id) { return withText("Auto", [&](char* t) { return Kovo_SetDayNightMode(id, 0, t); }); },
+         {"DayNightMode: Auto"}},
+        {"empty text", [](long id) { return withText("", [&](char* t) { return Kovo_SetDayNightMode(id, 0, t); }); },
+         {"DayNightMode: "}},
+        {"AGC 0", [](long id) { return Kovo_SetAGCSetup(id, 0, 0); }, {"AGCSetup: 0"}},
+        {"AGC 1", [](long id) { return Kovo_SetAGCSetup(id, -1, 1); }, {"AGCSetup: 1"}},
+        // "NoiseReduction: " is 16 characters: 239 more make exactly 255.
+        {"255-character line", [](long id) {
+             return withText(std::string(239, 'n').c_str(), [&](char* t) { return Kovo_SetNoiseReduction(id, 0, t); });
+         },
+         {"NoiseReduction: " + std::string(239, 'n')}},
+    });
+}
+
+TEST(ParamSetLines, Video) {
+    runSetCases({
+        {"ChannelAttribute", [](long id) {
+             VIDEO_ATTRIBUTE a{1, 1920, 1080, 4096, 25, 50, 2, 1, 51, 10};
+             return Kovo_SetChannelAttribute(id, &a);
+         },
+         {"EncStream: 1", "EncResolution: 1920, 1080", "EncBitRate: 4096", "EncFrameRate: 25", "EncGOP: 50",
+          "GopStructure: 2", "EncBitRateControl: 1", "EncBitRateMaxQP: 51", "EncBitRateMinQP: 10"}},
+        {"ChannelAttribute unchecked values", [](long id) {
+             VIDEO_ATTRIBUTE a{-3, -1, 0, -7, 0, 0, 9, -1, 0, 0};
+             return Kovo_SetChannelAttribute(id, &a);
+         },
+         {"EncStream: -3", "EncResolution: -1, 0", "EncBitRate: -7", "EncFrameRate: 0", "EncGOP: 0",
+          "GopStructure: 9", "EncBitRateControl: -1", "EncBitRateMaxQP: 0", "EncBitRateMinQP: 0"}},
+        {"MultiVideoChannel", [](long id) {
+             MULTI_VIDEO_CHANNEL m{1, 0, 5, 0};
+             return Kovo_SetMultiVideoChannel(id, &m);
+         },
+         {"MutilVideoChannelD1: ON", "MutilVideoChannelCIF: OFF", "MutilVideoChannelMJPEG: ON",
+          "MutilVideoChannelSubD1: OFF"}},
+        {"VideoFlip", [](long id) {
+             VIDEO_FLIP f{0, -1};
+             return Kovo_SetVideoFlip(id, &f);
+         },
+         {"VerticalFlip: OFF", "HorizontalFlip: ON"}},
+        {"HDMIConfig", [](long id) {
+             HDMI_CONFIG h{1};
+             return Kovo_SetHDMIConfig(id, -1, &h);
+         },
+         {"HDMIEnable: ON"}},
+    });
+}
+
+OSD_REGION titleRegion(const char* title) {
+    OSD_REGION r{};
+    std::strncpy(r.title, title, sizeof r.title);  // 24 characters leave no terminator
+    r.titledisplay = 1;
+    std::strcpy(r.titlecolor, "White");
+    r.titleh = 10;
+    r.titlev = 100;
+    return r;
+}
+
+OSD_REGION timeRegion(int format) {
+    OSD_REGION r{};
+    r.timedisplay = 0;
+    r.timeformat = format;
+    r.timemode = 2;
+    std::strcpy(r.timecolor, "Gray");
+    r.timeh = 0;
+    r.timev = 55;
+    return r;
+}
+
+TEST(ParamSetLines, OSD) {
+    auto title = [](const char* text) {
+        return [text](long id) {
+            OSD_REGION r = titleRegion(text);
+            return Kovo_SetOSDRegion(id, -1, 1, &r);
+        };
+    };
+    auto time = [](int format) {
+        return [format](long id) {
+            OSD_REGION r = timeRegion(format);
+            return Kovo_SetOSDRegion(id, 0, 2, &r);
+        };
+    };
+    const std::string full(24, 'T');
+    runSetCases({
+        {"title", title("Gate 1"), {"TitleDisplay: ON", "TitleAttrib: White, 10, 100", "TitleChar: Gate 1"}},
+        {"title of 24 characters", title(full.c_str()),
+         {"TitleDisplay: ON", "TitleAttrib: White, 10, 100", "TitleChar: " + full}},
+        {"time DD-MM", time(1), {"TimeDisplay: OFF", "TimeFormat: DD-MM-YYYY", "TimeMode: 2", "TimeAttrib: Gray, 0, 55"}},
+        {"time MM-DD", time(2), {"TimeDisplay: OFF", "TimeFormat: MM-DD-YYYY", "TimeMode: 2", "TimeAttrib: Gray, 0, 55"}},
+        {"time other", time(0), {"TimeDisplay: OFF", "TimeFormat: YYYY-MM-DD", "TimeMode: 2", "TimeAttrib: Gray, 0, 55"}},
+    });
+}
+
+TEST(ParamSetLines, Audio) {
+    auto audio = [](AUDIO_ATTRIBUTE a) {
+        return [a](long id) mutable { return Kovo_SetAudioAttribute(id, -1, &a); };
+    };
+    runSetCases({
+        {"checked", audio({1, 48000, 1, 64000, 0, 31, 1, 0}),
+         {"AudioEnable: ON", "AudioSampleRate: 48000", "AudioEncodeType: G711", "AudioBitRate: 64000", "AudioIn: OFF",
+          "AudioInVolume: 31", "AudioOut: ON", "AudioOutVolume: 0"}},
+        {"G729 and a huge bit rate", audio({0, 8000, 2, 2000000000, 1, 0, 0, 31}),
+         {"AudioEnable: OFF", "AudioSampleRate: 8000", "AudioEncodeType: G729", "AudioBitRate: 2000000000",
+          "AudioIn: ON", "AudioInVolume: 0", "AudioOut: OFF", "AudioOutVolume: 31"}},
+        {"bit rate 0 sends unchecked", audio({0, 5, 3, 0, 0, 99, 0, -4}),
+         {"AudioEnable: OFF", "AudioSampleRate: 5", "AudioEncodeType: AAC", "AudioBitRate: 0", "AudioIn: OFF",
+          "AudioInVolume: 99", "AudioOut: OFF", "AudioOutVolume: -4"}},
+    });
+}
+
+TEST(ParamSetLines, PTZCommands) {
+    struct Command {
+        long id;
+        long parameter;
+        const char* line;
+    };
+    const Command commands[] = {
+        {10, 5, "direction: up, 5"},       {11, 5, "direction: down, 5"},     {12, 1, "direction: left, 1"},
+        {13, 7, "direction: right, 7"},    {16, 5, "zoom: tele, 5"},          {17, 5, "zoom: wide, 5"},
+        {18, 5, "focus: near, 5"},         {19, 5, "focus: far, 5"},          {22, 3, "PresetSet: 3"},
+        {23, 3, "PresetCall: 3"},          {26, 5, "direction: left-up, 5"},  {27, 5, "direction: left-down, 5"},
+        {28, 5, "direction: right-up, 5"}, {29, 5, "direction: right-down, 5"}, {30, 0, "stop: 0"},
+        {64, 1, "Compose: 1"},             {75, 3, "PresetDelete: 3"},        {10, -2, "direction: up, -2"},
+    };
+    std::vector<SetCase> cases;
+    for (const Command& c : commands) {
+        cases.push_back({c.line, [c](long id) { return Kovo_PTZControl(id, -1, c.id, c.parameter); }, {c.line}});
+    }
+    runSetCases(cases);
+}
+
+TEST(ParamSetLines, PTZConfiguration) {
+    auto module = [](PTMODULE_CONFIG c) { return [c](long id) mutable { return Kovo_SetPTModuleConfig(id, 0, &c); }; };
+    auto home = [](HOME_FUNCTION h) { return [h](long id) mutable { return Kovo_SetHomeFunction(id, &h); }; };
+    auto serial = [](int com, SERIALPORT_CONFIG s) {
+        return [com, s](long id) mutable { return Kovo_SetSerialPortConfig(id, com, &s); };
+    };
+    std::string hex32;
+    for (int i = 0; i < 32; ++i) hex32 += "5C";
+    runSetCases({
+        {"module action", module({1, 0, 3, 256}), {"PTModuleFunction: Action", "PTMode: AutoPanStart", "PTPara1: 3", "PTPara2: 256"}},
+        {"module setup", module({0, 1, 0, 0}), {"PTModuleFunction: Setup", "PTMode: AutoPanStop", "PTPara1: 0", "PTPara2: 0"}},
+        {"home scan", home({1, 2, 7, 30}), {"HomeFuction: ON", "HomeFuctionMode: Scan", "HomeFuctionIndex: 7", "HomeFuctionIdle: 30"}},
+        {"home tour", home({0, 1, 0, 0}), {"HomeFuction: OFF", "HomeFuctionMode: Tour", "HomeFuctionIndex: 0", "HomeFuctionIdle: 0"}},
+        {"home pattern", home({0, 3, 0, 0}), {"HomeFuction: OFF", "HomeFuctionMode: Pattern", "HomeFuctionIndex: 0", "HomeFuctionIdle: 0"}},
+        {"home preset", home({2, 9, -1, 5}), {"HomeFuction: ON", "HomeFuctionMode: Preset", "HomeFuctionIndex: -1", "HomeFuctionIdle: 5"}},
+        {"serial PELCO_D", serial(3, {2, 1, 9600, 8, 2, 1}),
+         {"Protocol: PELCO_D", "ComId: 3", "DomeId: 1", "BaudRate: 9600", "CharLen: 8", "ParityBit: even", "StopBit: 1"}},
+        {"serial PELCO_P", serial(254, {1, 254, 2400, 7, 1, 2}),
+         {"Protocol: PELCO_P", "ComId: 254", "DomeId: 254", "BaudRate: 2400", "CharLen: 7", "ParityBit: odd", "StopBit: 2"}},
+        {"serial ORV", serial(1, {0, 9, 19200, 8, 0, 1}),
+         {"Protocol: ORV", "ComId: 1", "DomeId: 9", "BaudRate: 19200", "CharLen: 8", "ParityBit: none", "StopBit: 1"}},
+        {"transparent", [](long id) {
+             unsigned char bytes[] = {0xFF, 0x01, 0x00, 0xab};
+             return Kovo_TransparentTransfer(id, 0, bytes, 4);
+         },
+         {"PTZCmdRawDataTransfer: FF0100AB"}},
+        {"transparent 32 bytes", [](long id) {
+             unsigned char bytes[32];
+             std::memset(bytes, 0x5c, sizeof bytes);
+             return Kovo_TransparentTransfer(id, 3, bytes, 32);
+         },
+         {"PTZCmdRawDataTransfer: " + hex32}},
+        {"auxiliary manual", [](long id) { return withText("Manual", [&](char* m) { return Kovo_AuxilControl(id, 4, m, 9); }); },
+         {"Aux_Ctrl: 4, Manual, 9"}},
+        {"auxiliary other mode", [](long id) { return withText("manual", [&](char* m) { return Kovo_AuxilControl(id, 4, m, 9); }); },
+         {"Aux_Ctrl: 4, manual"}},
+    });
+}
+
+TEST(ParamSetLines, System) {
+    auto dateTime = [](DATETIME_CONFIG d) { return [d](long id) mutable { return Kovo_SetDateTime(id, &d); }; };
+    DATETIME_CONFIG fullServer{1, {}, 3, "x"};
+    std::memset(fullServer.szNtpServer, 's', sizeof fullServer.szNtpServer);
+    runSetCases({
+        {"ntp on", dateTime({1, "pool.ntp.org", -12, "0,3,5"}),
+         {"NtpMode: ON", "NtpServer: pool.ntp.org", "DstZone: -12", "DstTime: 0,3,5"}},
+        {"ntp off sends unchecked", dateTime({0, "", 13, ""}), {"NtpMode: OFF", "NtpServer: ", "DstZone: 13", "DstTime: "}},
+        {"server filling its array", dateTime(fullServer),
+         {"NtpMode: ON", "NtpServer: " + std::string(32, 's'), "DstZone: 3", "DstTime: x"}},
+        {"watchdog", [](long id) {
+             WATCHDOG_CONFIG w{1};
+             return Kovo_SetWatchdogConfig(id, -1, &w);
+         },
+         {"Q771WatdogConfig: ON"}},
+        {"watchdog off", [](long id) {
+             WATCHDOG_CONFIG w{0};
+             return Kovo_SetWatchdogConfig(id, 2, &w);
+         },
+         {"Q771WatdogConfig: OFF"}},
+        {"reboot", [](long id) { return Kovo_RebootDevice(id); }, {"SysManage: reboot"}},
+    });
+}
+
+}  // namespace
