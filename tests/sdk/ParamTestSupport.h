@@ -35,14 +35,14 @@ inline std::string tracesOnly(std::string text) {
     return text;
 }
 
-// True when traces is exactly the message (its "%d" any number) followed by
+// True when traces is exactly the message (its "%d" or "%ld" any number) followed by
 // the trace's own CR LF.
 inline bool isTrace(const std::string& traces, const std::string& message) {
     std::string pattern;
     for (size_t i = 0; i < message.size(); ++i) {
-        if (message.compare(i, 2, "%d") == 0) {
+        if (message.compare(i, 2, "%d") == 0 || message.compare(i, 3, "%ld") == 0) {
             pattern += "-?[0-9]+";
-            ++i;
+            i += message[i + 1] == 'l' ? 2 : 1;
         } else if (std::string("\\^$.|?*+()[]{}").find(message[i]) != std::string::npos) {
             pattern += '\\';
             pattern += message[i];
