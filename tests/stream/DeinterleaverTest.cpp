@@ -1,0 +1,180 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "support/FakeCamera.h"
+#include "stream/Deinterleaver.h"
+
+namespace {
+
+using kovo::test::interleave;
+using kovo::test::StdoutCapture;
+
+// A receive buffer that records every packet whose append notified it, then
+// empties itself (as the assemblers do).
+struct Receiver {
+    CBuffer* buf = evbuffer_new();
+    std::vector<std::string> packets;
+    std::vector<int> flagAtCallback;
+    const int* flag = nullptr;
+
+    explicit Receiver(const int* startFlag) : flag(startFlag) { evbuffer_setcb(buf, onPacket, this); }
+    ~Receiver() { evbuffer_free(buf); }
+
+    static void onPacket(CBuffer* b, uint32_t, uint32_t, void* arg) {
+        auto* self = static_cast<Receiver*>(arg);
+        uint32_t length = 0;
+        memcpy(&length, b->buffer, 4);
+        EXPECT_EQ(length + 4, b->off);
+        self->packets.emplace_back(reinterpret_cast<char*>(b->buffer) + 4, length);
+        self->flagAtCallback.push_back(*self->flag);
+        evbuffer_drain(b, b->off);
+    }
+};
+
+struct Pipeline {
+    int startProcessData = 0;
+    CBuffer* temp = evbuffer_new();
+    Receiver video{&startProcessData};
+    Receiver audio{&startProcessData};
+    ~Pipeline() { evbuffer_free(temp); }
+
+    std::string pending() const { return std::string(reinterpret_cast<char*>(temp->buffer), temp->off); }
+    void pushVideoOnly(const std::string& bytes) {
+        evbuffer_addx(temp, bytes.data(), bytes.size(), 0);
+        DeinterleaveVideo(temp, video.buf, startProcessData);
+    }
+    void pushWithAudio(const std::string& bytes) {
+        evbuffer_addx(temp, bytes.data(), bytes.size(), 0);
+        DeinterleaveAudioVideo(temp, video.buf, audio.buf, startProcessData);
+    }
+};
+
+TEST(Deinterleaver, WaitsForTheRestOfAPartialPacket) {
+    Pipeline p;
+    const std::string payload(256, 'v');
+    const std::string framed = interleave(0, payload);
+    p.pushVideoOnly(framed.substr(0, framed.size() - 1));
+    EXPECT_TRUE(p.video.packets.empty());
+    EXPECT_EQ(p.temp->off, framed.size() - 1);
+    p.pushVideoOnly(framed.substr(framed.size() - 1));
+    ASSERT_EQ(p.video.packets.size(), 1u);
+    EXPECT_EQ(p.video.packets[0], payload);
+    EXPECT_EQ(p.temp->off, 0u);
+}
+
+TEST(Deinterleaver, FirstPacketSeesTheStartFlagClearThenItIsSet) {
+    Pipeline p;
+    p.pushVideoOnly(interleave(0, "one") + interleave(0, "two") + interleave(0, "three"));
+    EXPECT_EQ(p.video.packets, (std::vector<std::string>{"one", "two", "three"}));
+    EXPECT_EQ(p.video.flagAtCallback, (std::vector<int>{0, 1, 1}));
+    EXPECT_EQ(p.startProcessData, 1);
+}
+
+TEST(Deinterleaver, GarbageBeforeAFrameIsDrainedInOneStep) {
+    Pipeline p;
+    StdoutCapture out;
+    p.pushVideoOnly("garbage!" + interleave(0, "pkt"));
+    const std::string text = out.text();
+    EXPECT_EQ(p.video.packets, (std::vector<std::string>{"pkt"}));
+    EXPECT_EQ(text,
+              "CVideoControl::HandleTempBuffer drain 8 temp buffer(nont 24 00)\n\r\n"
+              "CVideoControl::HandleTempBuffer fixed not 24 00 begin.\n \r\n");
+}
+
+TEST(Deinterleaver, ShortOrUnframedBuffersKeepOnlyTheirLastByte) {
+    struct Case { std::string in; std::string left; bool cleared; };
+    const Case cases[] = {
+        {std::string("$\x00\x10", 3), "\x10", true},
+        {"abcdefg", "g", true},
+        {std::string("\x24\x01\x00\x02xy", 6), "y", true},  // RTCP channel is skipped
+        {"ab", "ab", false},                                 // too short: only a trace
+    };
+    for (const Case& c : cases) {
+        Pipeline p;
+        StdoutCapture out;
+        p.pushVideoOnly(c.in);
+        const std::string text = out.text();
+        EXPECT_EQ(p.pending(), c.left);
+        EXPECT_EQ(text.find("clear temp buffer(nont 24 00)") != std::string::npos, c.cleared) << text;
+        EXPECT_TRUE(p.video.packets.empty());
+    }
+}
+
+TEST(Deinterleaver, LongPacketsWarnButAreStillExtracted) {
+    Pipeline p;
+    const std::string payload(9000, 'L');
+    StdoutCapture out;
+    p.pushVideoOnly(interleave(0, payload));
+    EXPECT_NE(out.text().find("CVideoControl::HandleTempBuffer rtp_payload_length Error.\n "),
+              std::string::npos);
+    ASSERT_EQ(p.video.packets.size(), 1u);
+    EXPECT_EQ(p.video.packets[0].size(), 9000u);
+}
+
+TEST(Deinterleaver, OtherChannelsAndTextBetweenPacketsAreSkipped) {
+    Pipeline p;
+    const std::string reply = "RTSP/1.0 200 OK\r\nCSeq: 5\r\n\r\n";
+    {
+        StdoutCapture quiet;
+        p.pushVideoOnly(interleave(0, "a") + interleave(1, "rtcp") + reply + interleave(0, "b"));
+    }
+    EXPECT_EQ(p.video.packets, (std::vector<std::string>{"a", "b"}));
+}
+
+TEST(Deinterleaver, WithAudioChannelZeroIsAudioAndChannelTwoIsVideo) {
+    Pipeline p;
+    {
+        StdoutCapture quiet;
+        p.pushWithAudio(interleave(2, "v1") + interleave(0, "a1") + interleave(1, "rtcp") +
+                        interleave(2, "v2") + interleave(0, "a2"));
+    }
+    EXPECT_EQ(p.video.packets, (std::vector<std::string>{"v1", "v2"}));
+    EXPECT_EQ(p.audio.packets, (std::vector<std::string>{"a1", "a2"}));
+}
+
+TEST(Deinterleaver, WithAudioTheFlagIsSetOnlyWhenAnotherPacketFollows) {
+    Pipeline p;
+    p.pushWithAudio(interleave(2, "alone"));
+    EXPECT_EQ(p.startProcessData, 0);
+    p.pushWithAudio(interleave(2, "x") + interleave(0, "y"));
+    EXPECT_EQ(p.startProcessData, 1);
+    EXPECT_EQ(p.video.flagAtCallback, (std::vector<int>{0, 0}));
+    EXPECT_EQ(p.audio.flagAtCallback, (std::vector<int>{1}));
+}
+
+TEST(Deinterleaver, WithAudioGarbageIsResynchronised) {
+    Pipeline p;
+    StdoutCapture out;
+    p.pushWithAudio("junk" + interleave(2, "v"));
+    const std::string text = out.text();
+    EXPECT_EQ(p.video.packets, (std::vector<std::string>{"v"}));
+    EXPECT_EQ(text,
+              "CVideoControl::HandleV107 drain 4 temp buffer(not 24 00 or 02)\n\r\n"
+              "CVideoControl::HandleTempBuffer fixed not 24 00 or 02 begin.\n \r\n");
+}
+
+TEST(Deinterleaver, ThousandsOfTinyPacketsInOneChunk) {
+    Pipeline p;
+    std::string chunk;
+    for (int i = 0; i < 200000; ++i) chunk += interleave(0, std::string(1, char('a' + i % 26)));
+    for (int i = 0; i < 1000; ++i) chunk += "zz" + interleave(0, "q");  // garbage skips as well
+    {
+        StdoutCapture quiet;
+        p.pushVideoOnly(chunk);
+    }
+    EXPECT_EQ(p.video.packets.size(), 201000u);
+    EXPECT_EQ(p.temp->off, 0u);
+}
+
+TEST(Deinterleaver, TemporaryBufferIsAlignedAfterAPass) {
+    Pipeline p;
+    const std::string framed = interleave(0, "abc");
+    p.pushVideoOnly(framed + framed.substr(0, 5));
+    EXPECT_EQ(p.temp->misalign, 0u);
+    EXPECT_EQ(p.pending(), framed.substr(0, 5));
+}
+
+}  // namespace

@@ -1,0 +1,87 @@
+// Shared set-up of the stream tests: a fake camera answering DESCRIBE with a
+// scripted SDP, a logged-in device and frame collection from the callbacks.
+#ifndef KOVO_TESTS_STREAM_STREAMTESTSUPPORT_H
+#define KOVO_TESTS_STREAM_STREAMTESTSUPPORT_H
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "sdk/KovoSDK.h"
+#include "support/FakeCamera.h"
+
+namespace kovo::test {
+
+struct SdpOptions {
+    bool dimensions = true;
+    bool frameRate = true;
+    bool video = true;
+    bool audio = false;
+};
+
+inline std::string streamSdp(const SdpOptions& o = {}) {
+    std::string sdp = "v=0\r\no=- 0 0 IN IP4 127.0.0.1\r\ns=Kovo\r\na=control:*\r\n";
+    if (o.dimensions) sdp += "a=x-dimensions:320, 240\r\n";
+    if (o.frameRate) sdp += "a=x-framerate:25\r\n";
+    if (o.video) sdp += "m=video 0 RTP/AVP 96\r\na=rtpmap:96 H264/90000\r\na=control:trackID=1\r\n";
+    if (o.audio) sdp += "m=audio 0 RTP/AVP 97\r\na=rtpmap:97 mpeg4-generic/48000/2\r\na=control:trackID=2\r\n";
+    return sdp;
+}
+
+inline Reply describeReply(const SdpOptions& o = {}) {
+    return Reply::ok({"Content-Type: application/sdp"}, streamSdp(o));
+}
+
+// Frames handed to the application, in order, with a wait for a count.
+class FrameSink {
+public:
+    struct Frame {
+        int dataType;
+        int frameType;
+        std::string bytes;
+    };
+
+    static void onRealData(DATA_TYPE_E type, FRAME_TYPE_E frameType, unsigned char* data,
+                           unsigned long length, unsigned long user) {
+        reinterpret_cast<FrameSink*>(user)->add(
+            {type, frameType, std::string(reinterpret_cast<char*>(data), length)});
+    }
+    static void onMedia(long, DATA_TYPE_E type, unsigned char* data, unsigned long length,
+                        unsigned long user) {
+        reinterpret_cast<FrameSink*>(user)->add(
+            {type, -1, std::string(reinterpret_cast<char*>(data), length)});
+    }
+    unsigned long user() { return reinterpret_cast<unsigned long>(this); }
+
+    void add(Frame f) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        frames_.push_back(std::move(f));
+        arrived_.notify_all();
+    }
+    bool waitFor(size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return arrived_.wait_for(lock, timeout, [&] { return frames_.size() >= count; });
+    }
+    std::vector<Frame> frames() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return frames_;
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable arrived_;
+    std::vector<Frame> frames_;
+};
+
+// Index of the camera-side connection that carries the stream (the one the
+// PLAY arrived on), or -1.
+inline int streamConnection(const FakeCamera& cam) {
+    auto plays = cam.requests("PLAY");
+    return plays.empty() ? -1 : plays.back().connection;
+}
+
+}  // namespace kovo::test
+
+#endif
