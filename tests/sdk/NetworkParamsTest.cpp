@@ -1,0 +1,418 @@
+// Network, mail and FTP settings against the fake camera: the lines each Set
+// sends, the conversion of answers (the DHCP "ON" rule against the enable
+// "OFF" rule, long texts), the record checks and their order, the traces.
+#include <string>
+
+#include "ParamsCases.h"
+
+using namespace kovo::test;
+
+namespace {
+
+NET_CONFIG staticNet() {
+    NET_CONFIG net{};
+    fill(net.szIP, "10.0.0.2");
+    fill(net.szNetMask, "255.255.255.0");
+    fill(net.szGateway, "10.0.0.1");
+    return net;
+}
+
+WIFI_CONFIG fullWiFi() {
+    WIFI_CONFIG wifi{};
+    wifi.nEnable = 1;
+    fill(wifi.szIP, "192.168.1.9");
+    fill(wifi.szSubmask, "255.255.0.0");
+    fill(wifi.szGateway, "192.168.1.1");
+    fill(wifi.szOperationMode, "Managed");
+    fill(wifi.szChannelNumber, "6");
+    fill(wifi.szSSID, "cams");
+    fill(wifi.szPassword, "secret");
+    return wifi;
+}
+
+SMTP_CONFIG smtpServer() {
+    SMTP_CONFIG smtp{};
+    fill(smtp.szServerIP, "mail.example");
+    smtp.nServerPort = 25;
+    return smtp;
+}
+
+SMTP_NOTIFY notifySlot(int index) {
+    SMTP_NOTIFY notify{};
+    notify.nIndex = index;
+    fill(notify.szToEmail, "ops@example");
+    fill(notify.szCcEmail, "cc@example");
+    fill(notify.szSubject, "motion");
+    return notify;
+}
+
+// An FTP record with the client on and everything filled in.
+FTP_CONFIG ftpClient() {
+    FTP_CONFIG ftp{};
+    ftp.nClientMode = 1;
+    fill(ftp.szServerIP, "ftp.example");
+    ftp.nServerPort = 21;
+    fill(ftp.szUsername, "cam");
+    fill(ftp.szFilePath, "/up");
+    return ftp;
+}
+
+const std::string k40(40, 'n');
+const std::string k300(300, 'p');
+
+TEST(NetworkParams, SetLines) {
+    runSetLinesCases({
+        {"net, DHCP off, DNS unchecked and sent empty",
+         [](long id) { NET_CONFIG n = staticNet(); return Kovo_SetNetConfig(id, &n); },
+         {"IPV4_IPAddr: 10.0.0.2", "IPV4_NetMask: 255.255.255.0", "IPV4_GateWay: 10.0.0.1", "IPV4_DHCPMode: OFF",
+          "IPV4_MainDNS: ", "IPV4_SubDNS: "}},
+        {"pppoe off with empty account",
+         [](long id) { PPPOE_CONFIG p{}; return Kovo_SetPPPoEConfig(id, &p); },
+         {"pppoe_Enable: OFF", "pppoe_Username: ", "pppoe_Password: "}},
+        {"pppoe on",
+         [](long id) {
+             PPPOE_CONFIG p{};
+             p.nEnable = 7;
+             fill(p.szUser, "u");
+             fill(p.szPassword, "pw");
+             return Kovo_SetPPPoEConfig(id, &p);
+         },
+         {"pppoe_Enable: ON", "pppoe_Username: u", "pppoe_Password: pw"}},
+        {"ddns on",
+         [](long id) {
+             DDNS_CONFIG d{};
+             d.nEnable = 1;
+             fill(d.szServer, "dyn.example");
+             fill(d.szDomain, "cam.dyn.example");
+             fill(d.szUsername, "me");
+             fill(d.szPassword, "pw");
+             return Kovo_SetDDNSConfig(id, &d);
+         },
+         {"DDNS_Enable: ON", "DDNS_Server: dyn.example", "DDNS_Domain: cam.dyn.example", "DDNS_Username: me",
+          "DDNS_Password: pw"}},
+        {"wifi off, all empty: the operation mode goes as a bare key",
+         [](long id) { WIFI_CONFIG w{}; return Kovo_SetWiFiConfig(id, &w); },
+         {"WiFi_Enable: OFF", "WiFi_IP: ", "WiFi_Submask: ", "WiFi_Gratewall: ", "WiFi_OperationMode",
+          "WiFi_ChannelNumber: ", "WiFi_ESSID: ", "WiFi_Password: "}},
+        {"wifi on: the operation mode is checked but never sent",
+         [](long id) { WIFI_CONFIG w = fullWiFi(); return Kovo_SetWiFiConfig(id, &w); },
+         {"WiFi_Enable: ON", "WiFi_IP: 192.168.1.9", "WiFi_Submask: 255.255.0.0", "WiFi_Gratewall: 192.168.1.1",
+          "WiFi_OperationMode", "WiFi_ChannelNumber: 6", "WiFi_ESSID: cams", "WiFi_Password: secret"}},
+        {"smtp, authentication sent as the number 1",
+         [](long id) {
+             SMTP_CONFIG s = smtpServer();
+             s.nAuth = 5;
+             fill(s.szUsername, "u");
+             fill(s.szPassword, "p");
+             fill(s.szFromEmail, "cam@example");
+             return Kovo_SetSMTPConfig(id, &s);
+         },
+         {"SMTP_ServerIP: mail.example", "SMTP_ServerPort: 25", "SMTP_Auth: 1", "SMTP_Username: u",
+          "SMTP_Password: p", "SMTP_FromEmail: cam@example"}},
+        {"smtp without authentication, empty account",
+         [](long id) { SMTP_CONFIG s = smtpServer(); return Kovo_SetSMTPConfig(id, &s); },
+         {"SMTP_ServerIP: mail.example", "SMTP_ServerPort: 25", "SMTP_Auth: 0", "SMTP_Username: ",
+          "SMTP_Password: ", "SMTP_FromEmail: "}},
+        {"notify: the slot goes as a value",
+         [](long id) { SMTP_NOTIFY n = notifySlot(3); return Kovo_SetSMTPNotify(id, &n); },
+         {"SMTP_Index: 3", "SMTP_ToEmail: ops@example", "SMTP_CcEmail: cc@example", "SMTP_Subject: motion"}},
+        {"notify: a full 256-byte subject goes whole, beyond the 255 characters of a field line",
+         [](long id) {
+             SMTP_NOTIFY n = notifySlot(1);
+             fill(n.szSubject, k300);
+             return Kovo_SetSMTPNotify(id, &n);
+         },
+         {"SMTP_Index: 1", "SMTP_ToEmail: ops@example", "SMTP_CcEmail: cc@example",
+          "SMTP_Subject: " + k300.substr(0, 256)}},
+        {"ftp off, all empty, nothing checked",
+         [](long id) { FTP_CONFIG f{}; return Kovo_SetFTPConfig(id, &f); },
+         {"FTP_ClientMode: OFF", "FTP_ServerIP: ", "FTP_ServerPort: 0", "FTP_Username: ", "FTP_Password: ",
+          "FTP_FilePath: ", "FTP_ServerIP2: ", "FTP_ServerPort2: 0", "FTP_Username2: ", "FTP_Password2: ",
+          "FTP_FilePath2: "}},
+        {"ftp off with full unterminated paths: exactly their 256 characters",
+         [](long id) {
+             FTP_CONFIG f = ftpClient();
+             f.nClientMode = 0;
+             fill(f.szFilePath, k300);
+             fill(f.szServerIP2, "ftp2");
+             f.nServerPort2 = 2121;
+             fill(f.szFilePath2, std::string(256, 'q'));
+             return Kovo_SetFTPConfig(id, &f);
+         },
+         {"FTP_ClientMode: OFF", "FTP_ServerIP: ftp.example", "FTP_ServerPort: 21", "FTP_Username: cam",
+          "FTP_Password: ", "FTP_FilePath: " + k300.substr(0, 256), "FTP_ServerIP2: ftp2", "FTP_ServerPort2: 2121",
+          "FTP_Username2: ", "FTP_Password2: ", "FTP_FilePath2: " + std::string(256, 'q')}},
+    });
+}
+
+TEST(NetworkParams, GetConversions) {
+    runGetCases({
+        {"net: DHCP is on only for an exact ON; a 40-character address fills 32 bytes",
+         {"IPV4_IPAddr", "IPV4_NetMask", "IPV4_GateWay", "IPV4_DHCPMode", "IPV4_MainDNS", "IPV4_SubDNS"},
+         {"IPV4_IPAddr: " + k40, "IPV4_GateWay: 10.1.1.1", "IPV4_DHCPMode: on", "IPV4_MainDNS: 8.8.8.8"},
+         [](long id) {
+             NET_CONFIG n{};
+             fill(n.szNetMask, "kept");
+             fill(n.szSubDNS, "kept too");
+             n.nDHCPMode = 1;
+             ASSERT_EQ(Kovo_GetNetConfig(id, &n), 0);
+             EXPECT_EQ(std::string(n.szIP, 32), k40.substr(0, 32));
+             EXPECT_EQ(textOf(n.szNetMask), "kept");
+             EXPECT_EQ(textOf(n.szGateway), "10.1.1.1");
+             EXPECT_EQ(n.nDHCPMode, 0);
+             EXPECT_EQ(textOf(n.szMainDNS), "8.8.8.8");
+             EXPECT_EQ(textOf(n.szSubDNS), "kept too");
+         }},
+        {"net: exact ON",
+         {"IPV4_IPAddr", "IPV4_NetMask", "IPV4_GateWay", "IPV4_DHCPMode", "IPV4_MainDNS", "IPV4_SubDNS"},
+         {"IPV4_DHCPMode: ON"},
+         [](long id) {
+             NET_CONFIG n{};
+             ASSERT_EQ(Kovo_GetNetConfig(id, &n), 0);
+             EXPECT_EQ(n.nDHCPMode, 1);
+         }},
+        {"pppoe: enabled unless exactly OFF",
+         {"pppoe_Enable", "pppoe_Username", "pppoe_Password"},
+         {"pppoe_Enable: on", "pppoe_Username: dial", "pppoe_Password: pw"},
+         [](long id) {
+             PPPOE_CONFIG p{};
+             ASSERT_EQ(Kovo_GetPPPoEConfig(id, &p), 0);
+             EXPECT_EQ(p.nEnable, 1);
+             EXPECT_EQ(textOf(p.szUser), "dial");
+             EXPECT_EQ(textOf(p.szPassword), "pw");
+         }},
+        {"ddns: exactly OFF",
+         {"DDNS_Enable", "DDNS_Server", "DDNS_Domain", "DDNS_Username", "DDNS_Password"},
+         {"DDNS_Enable: OFF", "DDNS_Server: s", "DDNS_Domain: d", "DDNS_Username: u", "DDNS_Password: p"},
+         [](long id) {
+             DDNS_CONFIG d{};
+             d.nEnable = 1;
+             ASSERT_EQ(Kovo_GetDDNSConfig(id, &d), 0);
+             EXPECT_EQ(d.nEnable, 0);
+             EXPECT_EQ(textOf(d.szServer), "s");
+             EXPECT_EQ(textOf(d.szDomain), "d");
+             EXPECT_EQ(textOf(d.szUsername), "u");
+             EXPECT_EQ(textOf(d.szPassword), "p");
+         }},
+        {"wifi: the gateway under its wire key, the operation mode read back",
+         {"WiFi_Enable", "WiFi_IP", "WiFi_Submask", "WiFi_Gratewall", "WiFi_OperationMode", "WiFi_ChannelNumber",
+          "WiFi_ESSID", "WiFi_Password"},
+         {"WiFi_Enable: on", "WiFi_IP: 1.2.3.4", "WiFi_Submask: 255.0.0.0", "WiFi_Gratewall: 1.2.3.1",
+          "WiFi_OperationMode: Ad-Hoc", "WiFi_ChannelNumber: 11", "WiFi_ESSID: net", "WiFi_Password: k"},
+         [](long id) {
+             WIFI_CONFIG w{};
+             ASSERT_EQ(Kovo_GetWiFiConfig(id, &w), 0);
+             EXPECT_EQ(w.nEnable, 1);
+             EXPECT_EQ(textOf(w.szIP), "1.2.3.4");
+             EXPECT_EQ(textOf(w.szSubmask), "255.0.0.0");
+             EXPECT_EQ(textOf(w.szGateway), "1.2.3.1");
+             EXPECT_EQ(textOf(w.szOperationMode), "Ad-Hoc");
+             EXPECT_EQ(textOf(w.szChannelNumber), "11");
+             EXPECT_EQ(textOf(w.szSSID), "net");
+             EXPECT_EQ(textOf(w.szPassword), "k");
+         }},
+        {"smtp: numbers by atoi",
+         {"SMTP_ServerIP", "SMTP_ServerPort", "SMTP_Auth", "SMTP_Username", "SMTP_Password", "SMTP_FromEmail"},
+         {"SMTP_ServerIP: mx", "SMTP_ServerPort: 587x", "SMTP_Auth: 3", "SMTP_Username: u", "SMTP_Password: p",
+          "SMTP_FromEmail: f"},
+         [](long id) {
+             SMTP_CONFIG s{};
+             ASSERT_EQ(Kovo_GetSMTPConfig(id, &s), 0);
+             EXPECT_EQ(textOf(s.szServerIP), "mx");
+             EXPECT_EQ(s.nServerPort, 587);
+             EXPECT_EQ(s.nAuth, 3);
+             EXPECT_EQ(textOf(s.szUsername), "u");
+             EXPECT_EQ(textOf(s.szPassword), "p");
+             EXPECT_EQ(textOf(s.szFromEmail), "f");
+         }},
+        {"notify: the slot inside the first key; a long subject fills 256 bytes",
+         {"SMTP_Index_2", "SMTP_ToEmail", "SMTP_CcEmail", "SMTP_Subject"},
+         {"SMTP_Index_2: ignored", "SMTP_ToEmail: to", "SMTP_CcEmail: cc", "SMTP_Subject: " + k300},
+         [](long id) {
+             SMTP_NOTIFY n{};
+             n.nIndex = 2;
+             ASSERT_EQ(Kovo_GetSMTPNotify(id, &n), 0);
+             EXPECT_EQ(n.nIndex, 2);
+             EXPECT_EQ(textOf(n.szToEmail), "to");
+             EXPECT_EQ(textOf(n.szCcEmail), "cc");
+             EXPECT_EQ(std::string(n.szSubject, 256), k300.substr(0, 256));
+         }},
+        {"ftp: client mode on unless exactly OFF; a 300-character path fills 256 bytes",
+         {"FTP_ClientMode", "FTP_ServerIP", "FTP_ServerPort", "FTP_Username", "FTP_Password", "FTP_FilePath",
+          "FTP_ServerIP2", "FTP_ServerPort2", "FTP_Username2", "FTP_Password2", "FTP_FilePath2"},
+         {"FTP_ClientMode: on", "FTP_ServerIP: a", "FTP_ServerPort: 21", "FTP_FilePath: " + k300,
+          "FTP_ServerPort2: 2121", "FTP_FilePath2: /two"},
+         [](long id) {
+             FTP_CONFIG f{};
+             fill(f.szUsername, "kept");
+             ASSERT_EQ(Kovo_GetFTPConfig(id, &f), 0);
+             EXPECT_EQ(f.nClientMode, 1);
+             EXPECT_EQ(textOf(f.szServerIP), "a");
+             EXPECT_EQ(f.nServerPort, 21);
+             EXPECT_EQ(textOf(f.szUsername), "kept");
+             EXPECT_EQ(std::string(f.szFilePath, 256), k300.substr(0, 256));
+             EXPECT_EQ(f.nServerPort2, 2121);
+             EXPECT_EQ(textOf(f.szFilePath2), "/two");
+         }},
+    });
+}
+
+TEST(NetworkParams, Rejections) {
+    runRejectCases({
+        {"net id 0", [](long) { NET_CONFIG n = staticNet(); return Kovo_SetNetConfig(0, &n); }, -1,
+         "SetNetConfig[%d] input invalid.\n"},
+        {"net null", [](long id) { return Kovo_SetNetConfig(id, nullptr); }, -1, "SetNetConfig[%d] input invalid.\n"},
+        {"net: the device is looked up before the record checks",
+         [](long) { NET_CONFIG n{}; return Kovo_SetNetConfig(kUnknownId, &n); }, -3,
+         "SetNetConfig[%d] device null.\n"},
+        {"net empty ip", [](long id) { NET_CONFIG n = staticNet(); n.szIP[0] = 0; return Kovo_SetNetConfig(id, &n); },
+         -1, "SetNetConfig[%d] ip invalid.\n"},
+        {"net empty gateway",
+         [](long id) { NET_CONFIG n = staticNet(); n.szGateway[0] = 0; n.szNetMask[0] = 0; return Kovo_SetNetConfig(id, &n); },
+         -1, "SetNetConfig[%d] gateway invalid.\n"},
+        {"net empty mask",
+         [](long id) { NET_CONFIG n = staticNet(); n.szNetMask[0] = 0; return Kovo_SetNetConfig(id, &n); }, -1,
+         "SetNetConfig[%d] submask invalid.\n"},
+        {"net DHCP, no DNS",
+         [](long id) { NET_CONFIG n = staticNet(); n.nDHCPMode = 1; return Kovo_SetNetConfig(id, &n); }, -1,
+         "SetNetConfig[%d] main or sub dns invalid.\n"},
+        {"net DHCP, both DNS",
+         [](long id) {
+             NET_CONFIG n = staticNet();
+             n.nDHCPMode = 1;
+             fill(n.szMainDNS, "1.1.1.1");
+             fill(n.szSubDNS, "8.8.8.8");
+             return Kovo_SetNetConfig(id, &n);
+         },
+         -1, "SetNetConfig[%d] main DNS invalid.\n"},
+        {"net DHCP, sub DNS only",
+         [](long id) {
+             NET_CONFIG n = staticNet();
+             n.nDHCPMode = 1;
+             fill(n.szSubDNS, "8.8.8.8");
+             return Kovo_SetNetConfig(id, &n);
+         },
+         -1, "SetNetConfig[%d] sub DNS invalid.\n"},
+        {"pppoe on without password",
+         [](long id) { PPPOE_CONFIG p{}; p.nEnable = 1; fill(p.szUser, "u"); return Kovo_SetPPPoEConfig(id, &p); }, -1,
+         "SetPPPoEConfig[%d] invalid input.\n"},
+        {"pppoe: record checks come before the lookup",
+         [](long) { PPPOE_CONFIG p{}; p.nEnable = 1; return Kovo_SetPPPoEConfig(kUnknownId, &p); }, -1,
+         "SetPPPoEConfig[%d] invalid input.\n"},
+        {"pppoe unknown device", [](long) { PPPOE_CONFIG p{}; return Kovo_SetPPPoEConfig(kUnknownId, &p); }, -3,
+         "SetPPPoEConfig[%d] device null.\n"},
+        {"ddns on without domain",
+         [](long id) { DDNS_CONFIG d{}; d.nEnable = 1; fill(d.szServer, "s"); return Kovo_SetDDNSConfig(id, &d); }, -1,
+         "SetDDNSConfig[%d] invalid server or domain.\n"},
+        {"ddns off, password without user",
+         [](long id) { DDNS_CONFIG d{}; fill(d.szPassword, "p"); return Kovo_SetDDNSConfig(id, &d); }, -1,
+         "SetDDNSConfig[%d] invalid user name.\n"},
+        {"ddns unknown device", [](long) { DDNS_CONFIG d{}; return Kovo_SetDDNSConfig(kUnknownId, &d); }, -3,
+         "SetDDNSConfig[%d] device null.\n"},
+        {"wifi on without ssid",
+         [](long id) { WIFI_CONFIG w = fullWiFi(); w.szSSID[0] = 0; return Kovo_SetWiFiConfig(id, &w); }, -1,
+         "SetWiFiConfig[%d] invalid config.\n"},
+        {"wifi on without operation mode",
+         [](long id) { WIFI_CONFIG w = fullWiFi(); w.szOperationMode[0] = 0; return Kovo_SetWiFiConfig(id, &w); }, -1,
+         "SetWiFiConfig[%d] invalid config.\n"},
+        {"wifi unknown device", [](long) { WIFI_CONFIG w{}; return Kovo_SetWiFiConfig(kUnknownId, &w); }, -3,
+         "SetWiFiConfig[%d] device null.\n"},
+        {"get net id 0", [](long) { NET_CONFIG n{}; return Kovo_GetNetConfig(0, &n); }, -1,
+         "GetNetConfig[%d] invalid input.\n"},
+        {"get pppoe null", [](long id) { return Kovo_GetPPPoEConfig(id, nullptr); }, -1,
+         "GetPPPoEConfig[%d] invalid input.\n"},
+        {"get ddns unknown", [](long) { DDNS_CONFIG d{}; return Kovo_GetDDNSConfig(kUnknownId, &d); }, -3,
+         "GetDDNSConfig[%d] device null.\n"},
+        {"get wifi unknown", [](long) { WIFI_CONFIG w{}; return Kovo_GetWiFiConfig(kUnknownId, &w); }, -3,
+         "GetWiFiConfig[%d] device null.\n"},
+        {"smtp port 0", [](long id) { SMTP_CONFIG s = smtpServer(); s.nServerPort = 0; return Kovo_SetSMTPConfig(id, &s); },
+         -1, "SetSMTPConfig[%d] invalid ip or port.\n"},
+        {"smtp empty server", [](long id) { SMTP_CONFIG s = smtpServer(); s.szServerIP[0] = 0; return Kovo_SetSMTPConfig(id, &s); },
+         -1, "SetSMTPConfig[%d] invalid ip or port.\n"},
+        {"smtp auth without sender",
+         [](long id) {
+             SMTP_CONFIG s = smtpServer();
+             s.nAuth = 1;
+             fill(s.szUsername, "u");
+             fill(s.szPassword, "p");
+             return Kovo_SetSMTPConfig(id, &s);
+         },
+         -1, "SetSMTPConfig[%d] invalid auth setting.\n"},
+        {"smtp unknown device", [](long) { SMTP_CONFIG s = smtpServer(); return Kovo_SetSMTPConfig(kUnknownId, &s); },
+         -3, "SetSMTPConfig[%d] device null.\n"},
+        {"notify index 5", [](long id) { SMTP_NOTIFY n = notifySlot(5); return Kovo_SetSMTPNotify(id, &n); }, -1,
+         "SetSMTPNotify[%d] invalid index.\n"},
+        {"notify without copy address",
+         [](long id) { SMTP_NOTIFY n = notifySlot(1); n.szCcEmail[0] = 0; return Kovo_SetSMTPNotify(id, &n); }, -1,
+         "SetSMTPNotify[%d] invalid argument.\n"},
+        {"notify unknown device", [](long) { SMTP_NOTIFY n = notifySlot(4); return Kovo_SetSMTPNotify(kUnknownId, &n); },
+         -3, "SetSMTPNotify[%d] device null.\n"},
+        {"get notify slot 0, before the lookup",
+         [](long) { SMTP_NOTIFY n = notifySlot(0); return Kovo_GetSMTPNotify(kUnknownId, &n); }, -1,
+         "GetSMTPNotify[%d] invalid index.\n"},
+        {"get notify null", [](long id) { return Kovo_GetSMTPNotify(id, nullptr); }, -1,
+         "GetSMTPNotify[%d] invalid input.\n"},
+        {"get notify unknown", [](long) { SMTP_NOTIFY n = notifySlot(1); return Kovo_GetSMTPNotify(kUnknownId, &n); },
+         -3, "GetSMTPNotify[%d] device null.\n"},
+        {"ftp client on, path missing",
+         [](long id) { FTP_CONFIG f = ftpClient(); f.szFilePath[0] = 0; return Kovo_SetFTPConfig(id, &f); }, -1,
+         "SetFTPConfig[%d] invalid ftp1 config.\n"},
+        {"ftp client on, port out of range",
+         [](long id) { FTP_CONFIG f = ftpClient(); f.nServerPort = 65536; return Kovo_SetFTPConfig(id, &f); }, -1,
+         "SetFTPConfig[%d] invalid ftp1 config.\n"},
+        {"ftp client on, complete: still refused",
+         [](long id) { FTP_CONFIG f = ftpClient(); return Kovo_SetFTPConfig(id, &f); }, -1,
+         "SetFTPConfig[%d] invalid ftp server 1.\n"},
+        {"ftp unknown device", [](long) { FTP_CONFIG f{}; return Kovo_SetFTPConfig(kUnknownId, &f); }, -3,
+         "SetFTPConfig[%d] device null.\n"},
+        {"get smtp id -1", [](long) { SMTP_CONFIG s{}; return Kovo_GetSMTPConfig(-1, &s); }, -1,
+         "GetSMTPConfig[%d] invalid input.\n"},
+        {"get ftp unknown", [](long) { FTP_CONFIG f{}; return Kovo_GetFTPConfig(kUnknownId, &f); }, -3,
+         "GetFTPConfig[%d] device null.\n"},
+    });
+}
+
+TEST(NetworkParams, OutcomeTraces) {
+    runOutcomeCases({
+        {"set net", [](long id) { NET_CONFIG n = staticNet(); return Kovo_SetNetConfig(id, &n); },
+         "SetNetConfig [%d] set net config failed.\n", "SetNetConfig Successfully\n"},
+        {"get net", [](long id) { NET_CONFIG n{}; return Kovo_GetNetConfig(id, &n); },
+         "GetNetConfig[%d] get network setting failed.\n", "GetNetConfig Successfully\n"},
+        {"set pppoe", [](long id) { PPPOE_CONFIG p{}; return Kovo_SetPPPoEConfig(id, &p); },
+         "SetPPPoEConfig[%d] get pppoe setting failed.\n", "SetPPPoEConfig Successfully\n"},
+        {"get pppoe", [](long id) { PPPOE_CONFIG p{}; return Kovo_GetPPPoEConfig(id, &p); },
+         "GetPPPoEConfig[%d] get pppoe setting failed.\n", "GetPPPoEConfig Successfully\n"},
+        {"set ddns", [](long id) { DDNS_CONFIG d{}; return Kovo_SetDDNSConfig(id, &d); },
+         "SetDDNSConfig[%d] get network setting failed.\n", "SetDDNSConfig Successfully\n"},
+        {"get ddns", [](long id) { DDNS_CONFIG d{}; return Kovo_GetDDNSConfig(id, &d); },
+         "GetDDNSConfig[%d] get network setting failed.\n", "GetDDNSConfig Successfully\n"},
+        {"set wifi", [](long id) { WIFI_CONFIG w{}; return Kovo_SetWiFiConfig(id, &w); },
+         "SetWiFiConfig[%d] set wifi config failed.\n", "SetWiFiConfig Successfully\n"},
+        {"get wifi", [](long id) { WIFI_CONFIG w{}; return Kovo_GetWiFiConfig(id, &w); },
+         "GetWiFiConfig[%d] get wifi config failed.\n", "GetWiFiConfig Successfully\n"},
+        {"set smtp", [](long id) { SMTP_CONFIG s = smtpServer(); return Kovo_SetSMTPConfig(id, &s); },
+         "SetSMTPConfig[%d] get pppoe setting failed.\n", "SetSMTPConfig Successfully\n"},
+        {"get smtp", [](long id) { SMTP_CONFIG s{}; return Kovo_GetSMTPConfig(id, &s); },
+         "GetSMTPConfig[%d] get pppoe setting failed.\n", "GetSMTPConfig Successfully\n"},
+        {"set notify", [](long id) { SMTP_NOTIFY n = notifySlot(1); return Kovo_SetSMTPNotify(id, &n); },
+         "SetSMTPNotify[%d] set smtp notify failed.\n", "SetSMTPNotify Successfully\n"},
+        {"get notify", [](long id) { SMTP_NOTIFY n = notifySlot(1); return Kovo_GetSMTPNotify(id, &n); },
+         "GetSMTPNotify[%d] get smtp notify failed.\n", "GetSMTPNotify Successfully\n"},
+        {"set ftp", [](long id) { FTP_CONFIG f{}; return Kovo_SetFTPConfig(id, &f); },
+         "SetFTPConfig[%d] get pppoe setting failed.\n", "SetFTPConfig Successfully\n"},
+        {"get ftp", [](long id) { FTP_CONFIG f{}; return Kovo_GetFTPConfig(id, &f); },
+         "GetFTPConfig[%d] get pppoe setting failed.\n", "GetFTPConfig Successfully\n"},
+    });
+}
+
+TEST(NetworkParams, FailedGetLeavesRecordUntouched) {
+    LoggedInCamera cam;
+    ASSERT_GT(cam.id, 0);
+    cam.cam.onMethod("GET_PARAMETER", statusWithLines(400, {"WiFi_Enable: OFF", "WiFi_IP: 9.9.9.9"}));
+    WIFI_CONFIG w = fullWiFi();
+    EXPECT_EQ(Kovo_GetWiFiConfig(cam.id, &w), -2);
+    EXPECT_EQ(w.nEnable, 1);
+    EXPECT_EQ(textOf(w.szIP), "192.168.1.9");
+}
+
+}  // namespace
