@@ -16,20 +16,10 @@ void append(void* user, const unsigned char* data, size_t length) {
     static_cast<std::string*>(user)->append(reinterpret_cast<const char*>(data), length);
 }
 
-std::string decodeToPcm(const TempDir& dir, const std::string& name) {
-    const std::string pcm = dir.file(name + ".pcm");
-    if (!run("ffmpeg -loglevel error -y -i " + dir.file(name + ".aac") + " -f s16le -ac 2 -ar 48000 " + pcm))
-        return "";
-    return readFile(pcm);
-}
-
 TEST(AacMedia, RewrappedStreamDecodesToTheSourceAudio) {
     if (!haveTool("ffmpeg")) GTEST_SKIP() << "ffmpeg is needed for the real-media check";
     TempDir dir;
-    ASSERT_TRUE(run("ffmpeg -loglevel error -f lavfi -i "
-                    "'aevalsrc=0.4*sin(440*2*PI*t)|0.3*sin(660*2*PI*t)*sin(3*t):s=48000:d=2' "
-                    "-c:a aac -b:a 128k -f adts " + dir.file("source.aac")));
-    const std::string source = readFile(dir.file("source.aac"));
+    const std::string source = makeAacTrack(dir, 2);
     const auto units = splitAdts(source);
     ASSERT_GT(units.size(), 50u);
 
@@ -43,11 +33,10 @@ TEST(AacMedia, RewrappedStreamDecodesToTheSourceAudio) {
                              &rebuilt);
     }
     EXPECT_EQ(splitAdts(rebuilt), units);
-    writeFile(dir.file("rebuilt.aac"), rebuilt);
 
-    const std::string expected = decodeToPcm(dir, "source");
+    const std::string expected = decodeAac(dir, source, "source");
     ASSERT_GT(expected.size(), 48000u * 4);
-    const std::string actual = decodeToPcm(dir, "rebuilt");
+    const std::string actual = decodeAac(dir, rebuilt, "rebuilt");
     EXPECT_EQ(actual.size(), expected.size());
     EXPECT_TRUE(actual == expected) << "decoded audio differs";
 }

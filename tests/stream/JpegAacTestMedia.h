@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -162,6 +163,50 @@ inline std::string aacPacket(const std::string& unit, uint16_t seq, uint32_t tim
     payload += static_cast<char>((unit.size() & 31) << 3);
     payload += unit;
     return rtpPacket(97, true, seq, timestamp, payload);
+}
+
+// Baseline 4:2:0 JPEG frames of a moving test picture (standard Huffman tables,
+// one quantisation table per component); empty when ffmpeg fails.
+inline std::vector<std::string> makeJpegClip(const TempDir& dir, int frames,
+                                             const std::string& size = "320x240") {
+    if (!run("ffmpeg -loglevel error -f lavfi -i testsrc=size=" + size + ":rate=10 -frames:v " +
+             std::to_string(frames) + " -q:v 5 -huffman default -force_duplicated_matrix 1 " +
+             "-pix_fmt yuvj420p " + dir.file("clip%03d.jpg")))
+        return {};
+    std::vector<std::string> clip;
+    for (int n = 1; n <= frames; ++n) {
+        char name[32];
+        snprintf(name, sizeof name, "clip%03d.jpg", n);
+        clip.push_back(readFile(dir.file(name)));
+        if (clip.back().empty()) return {};
+    }
+    return clip;
+}
+
+// An AAC-LC 48 kHz stereo ADTS track; empty when ffmpeg fails.
+inline std::string makeAacTrack(const TempDir& dir, double seconds) {
+    const std::string file = dir.file("track.aac");
+    if (!run("ffmpeg -loglevel error -f lavfi -i "
+             "'aevalsrc=0.4*sin(440*2*PI*t)|0.3*sin(660*2*PI*t)*sin(3*t):s=48000:d=" +
+             std::to_string(seconds) + "' -c:a aac -b:a 128k -f adts " + file))
+        return "";
+    return readFile(file);
+}
+
+// The PCM ffmpeg decodes from an ADTS stream (16-bit stereo 48 kHz); empty on failure.
+inline std::string decodeAac(const TempDir& dir, const std::string& adts, const std::string& name) {
+    writeFile(dir.file(name + ".aac"), adts);
+    const std::string pcm = dir.file(name + ".pcm");
+    if (!run("ffmpeg -loglevel error -y -i " + dir.file(name + ".aac") + " -f s16le -ac 2 -ar 48000 " + pcm))
+        return "";
+    return readFile(pcm);
+}
+
+// The PPM djpeg decodes from a JPEG file; empty on failure.
+inline std::string decodeJpeg(const TempDir& dir, const std::string& jpeg, const std::string& name) {
+    writeFile(dir.file(name + ".jpg"), jpeg);
+    if (!run("djpeg -ppm -outfile " + dir.file(name + ".ppm") + " " + dir.file(name + ".jpg"))) return "";
+    return readFile(dir.file(name + ".ppm"));
 }
 
 }  // namespace kovo::test::media

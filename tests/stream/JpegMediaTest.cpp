@@ -54,12 +54,6 @@ struct Collector {
     }
 };
 
-std::string decode(const TempDir& dir, const std::string& jpeg, const std::string& name) {
-    writeFile(dir.file(name + ".jpg"), jpeg);
-    if (!run("djpeg -ppm -outfile " + dir.file(name + ".ppm") + " " + dir.file(name + ".jpg"))) return "";
-    return readFile(dir.file(name + ".ppm"));
-}
-
 TEST(JpegMedia, ReconstructedFramesDecodeToTheSourcePictures) {
     if (!haveTool("ffmpeg") || !haveTool("djpeg") || !haveTool("cjpeg"))
         GTEST_SKIP() << "ffmpeg, djpeg and cjpeg are needed for the real-media check";
@@ -84,9 +78,9 @@ TEST(JpegMedia, ReconstructedFramesDecodeToTheSourcePictures) {
                                      &Collector::sink, &got);
             }
             ASSERT_EQ(got.frames.size(), static_cast<size_t>(n));
-            const std::string expected = decode(dir, file, "source");
+            const std::string expected = decodeJpeg(dir, file, "source");
             ASSERT_FALSE(expected.empty());
-            EXPECT_EQ(decode(dir, got.frames.back(), "rebuilt"), expected) << name;
+            EXPECT_EQ(decodeJpeg(dir, got.frames.back(), "rebuilt"), expected) << name;
             ++frames;
         }
         EXPECT_GT(frames, 0);

@@ -1,0 +1,208 @@
+// Motion-JPEG and AAC through a real opened stream: the fake camera plays a
+// clip interleaved on the RTSP connection, the application's callbacks must
+// receive JPEG files and ADTS frames that decode to the source media.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "JpegAacTestMedia.h"
+#include "sdk/KovoSDK.h"
+#include "stream/JpegAssembler.h"
+#include "support/FakeCamera.h"
+
+namespace kovo {
+namespace {
+
+using namespace test::media;
+using test::FakeCamera;
+using test::Reply;
+
+const std::string kVideoTrack =
+    "m=video 0 RTP/AVP 26\r\na=x-dimensions:320, 240\r\na=x-framerate:10\r\na=control:trackID=1\r\n";
+const std::string kAudioTrack =
+    "m=audio 0 RTP/AVP 97\r\na=rtpmap:97 mpeg4-generic/48000/2\r\na=control:trackID=2\r\n";
+const std::string kPrimeScan = "prime";
+
+// What the application's callbacks received, minus the priming traffic.
+struct Received {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<std::string> jpegs, audio;
+    int primeJpegs = 0, primeAudio = 0, rawFrames = 0;
+    long streamId = 0;
+    bool wrongArguments = false;
+
+    static void onJpeg(long id, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
+        auto* self = reinterpret_cast<Received*>(user);
+        const std::string frame(reinterpret_cast<char*>(data), length);
+        std::lock_guard<std::mutex> lock(self->mutex);
+        self->wrongArguments |= id != self->streamId || type != MJPEGDATA_TYPE;
+        if (frame.size() > 7 && frame.compare(frame.size() - 7, 5, kPrimeScan) == 0)
+            ++self->primeJpegs;
+        else
+            self->jpegs.push_back(frame);
+        self->changed.notify_all();
+    }
+    static void onAudio(long id, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
+        auto* self = reinterpret_cast<Received*>(user);
+        std::lock_guard<std::mutex> lock(self->mutex);
+        self->wrongArguments |= id != self->streamId || type != AACDATA_TYPE;
+        if (length == 8)  // the one-byte priming unit
+            ++self->primeAudio;
+        else
+            self->audio.emplace_back(reinterpret_cast<char*>(data), length);
+        self->changed.notify_all();
+    }
+    static void onRaw(DATA_TYPE_E, FRAME_TYPE_E, unsigned char*, unsigned long, unsigned long user) {
+        auto* self = reinterpret_cast<Received*>(user);
+        std::lock_guard<std::mutex> lock(self->mutex);
+        ++self->rawFrames;
+    }
+    template <typename Pred>
+    bool waitFor(Pred done, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
+        std::unique_lock<std::mutex> lock(mutex);
+        return changed.wait_for(lock, timeout, [&] { return done(*this); });
+    }
+};
+
+class MediaStream : public ::testing::Test {
+protected:
+    void open(bool withAudio) {
+        videoChannel = withAudio ? 2 : 0;
+        audio = withAudio;
+        const std::string sdp = "v=0\r\ns=live\r\n" + kVideoTrack + (withAudio ? kAudioTrack : "");
+        cam.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, sdp));
+        // The stream is Motion-JPEG because its URL names it.
+        id = Kovo_Login("127.0.0.1/MJPEG", cam.port(), nullptr);
+        ASSERT_GT(id, 0);
+        ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
+        got.streamId = id;
+        const auto user = reinterpret_cast<unsigned long>(&got);
+        ASSERT_EQ(Kovo_SetMJPEGCallBack(id, &Received::onJpeg, user), 0);
+        ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, &Received::onRaw, user), 0);
+        if (withAudio) {
+            ASSERT_EQ(Kovo_SetAudioCallBack(id, &Received::onAudio, user), 0);
+        }
+        connection = cam.requests("DESCRIBE").at(0).connection;
+        prime();
+    }
+
+    void TearDown() override {
+        if (id > 0) {
+            Kovo_CloseStream(id);
+            Kovo_Logout(id);
+        }
+    }
+
+    // The pipeline starts delivering only after its first packets (and the process drops
+    // its first JPEG frame): send one-packet frames until both media come through.
+    void prime() {
+        for (int round = 0; round < 200; ++round) {
+            std::string payload("\0\0\0\0\x01\x32\x02\x02", 8);
+            std::string bytes = test::interleave(videoChannel, test::rtpPacket(26, true, seq++, 0, payload + kPrimeScan));
+            if (audio) bytes += test::interleave(0, aacPacket("p", seq++, 0));
+            ASSERT_TRUE(cam.send(connection, bytes));
+            if (got.waitFor([&](Received& r) { return r.primeJpegs > 0 && (!audio || r.primeAudio > 0); },
+                            std::chrono::milliseconds(25)))
+                return;
+        }
+        FAIL() << "the stream never delivered";
+    }
+
+    FakeCamera cam;
+    Received got;
+    long id = 0;
+    int connection = 0;
+    uint8_t videoChannel = 0;
+    bool audio = false;
+    uint16_t seq = 1;
+};
+
+// Every received JPEG decodes to its source picture.
+void expectPictures(const TempDir& dir, const std::vector<std::string>& clip, const std::vector<std::string>& jpegs) {
+    ASSERT_EQ(jpegs.size(), clip.size());
+    for (size_t i = 0; i < clip.size(); ++i) {
+        const std::string expected = decodeJpeg(dir, clip[i], "source");
+        ASSERT_FALSE(expected.empty());
+        EXPECT_TRUE(decodeJpeg(dir, jpegs[i], "received") == expected)
+            << "frame " << i << " of " << jpegs[i].size() << " bytes does not decode to its source";
+    }
+}
+
+std::vector<std::string> packetsOf(const std::string& jpeg, uint16_t* seq, uint32_t timestamp) {
+    JpegPicture picture;
+    if (!parseJpeg(jpeg, &picture).empty()) return {};
+    return packetiseJpeg(picture, seq, timestamp, 1400);
+}
+
+bool haveMediaTools() { return haveTool("ffmpeg") && haveTool("djpeg"); }
+
+TEST_F(MediaStream, MjpegClipArrivesAsDecodableFiles) {
+    if (!haveMediaTools()) GTEST_SKIP() << "ffmpeg and djpeg are needed for the real-media check";
+    TempDir dir;
+    const auto clip = makeJpegClip(dir, 8);
+    ASSERT_EQ(clip.size(), 8u);
+    JpegAssembler::setFirstFrameDropped(false);
+    open(false);
+    if (HasFatalFailure()) return;
+
+    for (size_t i = 0; i < clip.size(); ++i) {
+        std::string bytes;
+        const auto packets = packetsOf(clip[i], &seq, 9000 * i);
+        ASSERT_FALSE(packets.empty());
+        for (const std::string& packet : packets) bytes += test::interleave(0, packet);
+        ASSERT_TRUE(cam.send(connection, bytes));
+    }
+    EXPECT_TRUE(got.waitFor([&](Received& r) { return r.jpegs.size() >= clip.size(); }));
+    std::lock_guard<std::mutex> lock(got.mutex);
+    EXPECT_FALSE(got.wrongArguments);
+    EXPECT_EQ(got.rawFrames, 0);
+    expectPictures(dir, clip, got.jpegs);
+}
+
+TEST_F(MediaStream, AudioAndVideoInterleavedOnTheirChannels) {
+    if (!haveMediaTools()) GTEST_SKIP() << "ffmpeg and djpeg are needed for the real-media check";
+    TempDir dir;
+    const auto clip = makeJpegClip(dir, 10);
+    const std::string track = makeAacTrack(dir, 1);
+    const auto units = splitAdts(track);
+    ASSERT_EQ(clip.size(), 10u);
+    ASSERT_GT(units.size(), 20u);
+    open(true);
+    if (HasFatalFailure()) return;
+
+    // Audio units and video fragments alternate on the wire, as a camera sends them.
+    std::vector<std::string> videoPackets;
+    for (size_t i = 0; i < clip.size(); ++i)
+        for (const std::string& packet : packetsOf(clip[i], &seq, 9000 * i)) videoPackets.push_back(packet);
+    std::string bytes;
+    for (size_t v = 0, a = 0; v < videoPackets.size() || a < units.size();) {
+        if (a < units.size()) bytes += test::interleave(0, aacPacket(units[a], seq++, 1024 * a)), ++a;
+        if (v < videoPackets.size()) bytes += test::interleave(2, videoPackets[v++]);
+        if (bytes.size() > 20000) {
+            ASSERT_TRUE(cam.send(connection, bytes));
+            bytes.clear();
+        }
+    }
+    ASSERT_TRUE(cam.send(connection, bytes));
+    EXPECT_TRUE(got.waitFor(
+        [&](Received& r) { return r.jpegs.size() >= clip.size() && r.audio.size() >= units.size(); }));
+
+    std::lock_guard<std::mutex> lock(got.mutex);
+    EXPECT_FALSE(got.wrongArguments);
+    EXPECT_EQ(got.rawFrames, 0);
+    expectPictures(dir, clip, got.jpegs);
+    std::string adts;
+    for (const std::string& frame : got.audio) adts += frame;
+    EXPECT_EQ(splitAdts(adts), units);
+    const std::string expected = decodeAac(dir, track, "source");
+    ASSERT_FALSE(expected.empty());
+    EXPECT_TRUE(decodeAac(dir, adts, "received") == expected) << "decoded audio differs";
+}
+
+}  // namespace
+}  // namespace kovo
