@@ -255,3 +255,40 @@ TEST_F(StreamApi, CloseWhileFramesArriveOrAfterAResetReturnsPromptly) {
 }
 
 }  // namespace
+
+namespace {
+
+std::string aacPacket(uint16_t seq, const std::string& au) {
+    std::string payload = std::string("\x00\x10", 2);
+    const uint16_t header = uint16_t(au.size() << 3);
+    payload += char(header >> 8);
+    payload += char(header & 0xFF);
+    return rtpPacket(97, true, seq, 0, payload + au);
+}
+
+TEST_F(StreamApi, WithAudioVideoAndAudioReachTheirCallbacks) {
+    cam.onMethod("DESCRIBE", describeReply({.audio = true}));
+    login();
+    ASSERT_EQ(open(), 0);
+    FrameSink video, audio;
+    ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, FrameSink::onRealData, video.user()), 0);
+    ASSERT_EQ(Kovo_SetAudioCallBack(id, FrameSink::onMedia, audio.user()), 0);
+    const std::string au(300, 'a');
+    std::string batch;
+    for (uint16_t i = 0; i < 20; ++i) {
+        batch += interleave(2, rtpPacket(96, true, i, 0, std::string("\x67", 1) + "sps"));
+        batch += interleave(2, rtpPacket(96, true, i, 0, std::string("\x65", 1) + "idr"));
+        batch += interleave(0, aacPacket(i, au));
+    }
+    ASSERT_TRUE(cam.send(streamConnection(cam), batch));
+    ASSERT_TRUE(video.waitFor(5));
+    ASSERT_TRUE(audio.waitFor(5));
+    const auto frame = audio.frames()[0];
+    EXPECT_EQ(frame.dataType, AACDATA_TYPE);
+    ASSERT_EQ(frame.bytes.size(), 307u);
+    EXPECT_EQ(frame.bytes.substr(0, 7), std::string("\xFF\xF1\x4C\x80\x26\x7F\xFC", 7));
+    EXPECT_EQ(frame.bytes.substr(7), au);
+    EXPECT_EQ(video.frames()[0].bytes, std::string("\0\0\0\1\x67sps\0\0\0\1\x65idr", 16));
+}
+
+}  // namespace
