@@ -99,7 +99,8 @@ bool CSocket::CloseSocket(int sock) {
     if (sock < 0) return false;
     Lock lock(m_mtxClientList);
     if (!Release(sock)) {
-        // Not one of ours: close it all the same, once its read is done.
+        // Not one of ours: closed all the same, once its read is done.
+        ::shutdown(sock, SHUT_RDWR);
         if (m_mapReadsInFlight.count(sock))
             m_setDoomed.insert(sock);
         else
@@ -108,14 +109,14 @@ bool CSocket::CloseSocket(int sock) {
     return true;
 }
 
-// Shuts the socket down; if this object owns it, forgets it and closes it,
-// now or when its read in flight completes. False when it is not ours.
+// Shuts down, forgets and closes a socket of this object's, now or when its
+// read in flight completes. False, touching nothing, for any other socket:
+// its number may belong to someone else by now.
 bool CSocket::Release(int sock) {
     if (sock < 0) return false;
     Lock lock(m_mtxClientList);
+    if (m_mapClientsList.erase(sock) + m_mapServersList.erase(sock) == 0) return false;
     ::shutdown(sock, SHUT_RDWR);
-    bool owned = m_mapClientsList.erase(sock) + m_mapServersList.erase(sock) > 0;
-    if (!owned) return false;
     if (m_mapReadsInFlight.count(sock))
         m_setDoomed.insert(sock);
     else

@@ -226,3 +226,20 @@ TEST(CSocket, OpenServerOnAPortInUseFails) {
     EXPECT_FALSE(second.OpenServer(first.m_nListenPort));
     EXPECT_EQ(second.m_nListenSocket, -1);
 }
+
+TEST(CSocket, CloseEndsAReadArmedOnAnOutgoingConnection) {
+    uint16_t port = 0;
+    int listener = listenOn(port);
+    {
+        CSocket client(true);
+        int sock = client.OpenClient(kLoopback, port);
+        ASSERT_GE(sock, 0);
+        ASSERT_TRUE(client.Receive(sock));
+        EXPECT_TRUE(client.Close());
+        EXPECT_TRUE(client.m_mapServersList.empty());
+    }
+    int peer = ::accept(listener, nullptr, nullptr);
+    EXPECT_TRUE(endOfStream(peer));
+    ::close(peer);
+    ::close(listener);
+}
