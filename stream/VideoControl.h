@@ -78,6 +78,8 @@ public:
     int RTPRecvOverTCP(int fd, short events, void* user);
 
     CDataList* DataList() { return m_DataList; }
+    int SourceWidth() const { return m_nSourceVideoWidth; }
+    int SourceHeight() const { return m_nSourceVideoHeight; }
     int StartProcessData() const { return m_StartProcessData; }
     bool ReceiveThreadRunning() const { return m_recvThreadAlive.load(); }
 
@@ -122,7 +124,6 @@ private:
     unsigned long m_dwUserAudioDecode = 0;
 
     sockaddr_in rtpclientaddr{};
-    sockaddr_in rtcpclientaddr{};
     int m_bStartFromKeyFrame = 0;
     std::atomic<unsigned> m_bIsDecode{0};
     unsigned long m_hWnd = 0;
@@ -132,7 +133,6 @@ private:
     H264Depacketizer m_h264;
     CDataList* m_DataList = nullptr;
     pthread_t m_nRecvThreadID{};
-    pthread_t m_nDecodeThreadID{};
     pthread_t m_nAssembleThreadID{};
     bool m_recvStarted = false;
     bool m_assembleStarted = false;
@@ -145,7 +145,6 @@ private:
     int m_lStreamID = 0;
     int m_nSocket = -1;
     char m_strRecvBuf[kRecvChunk];
-    unsigned m_nMaxRecvLen = 0;
     int m_iStampWrongCount = 0;
 };
 
