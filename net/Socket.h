@@ -14,14 +14,17 @@
 #include <mutex>
 #include <set>
 
+#include "sdk/KovoSDK.h"
+
 // Largest packet handed to Send, and the size of every read.
 constexpr int MAX_PACK_LEN = 4096;
 
 // Callbacks. OnRecvData and OnDisconnect are the device registry's (sdk/Device.h).
-int OnConnect(int sock, const char* ip, int port);
-int OnError(const char* text);
-int OnError(const char* text, int value);  // prints text as a printf format with value
-int OnInfo(const char* text);
+KOVO_API int OnConnect(int sock, const char* ip, int port);
+KOVO_API int OnError(const char* text);
+KOVO_API int OnInfo(const char* text);
+// Prints text as a printf format with value; C++ only, the plain name is taken above.
+int OnError(const char* text, int value);
 
 class CSocket;
 
