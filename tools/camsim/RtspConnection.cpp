@@ -71,17 +71,9 @@ void RtspConnection::run() {
             }
             if (taken == TakeResult::Skipped) continue;
             if (context_.options.log) context_.log("--- request from " + peer_ + "\n" + request.raw);
-            bool startMedia = false;
-            if (!sendAll(answer(request, startMedia))) {
+            if (!sendAll(answer(request))) {
                 broken_ = true;
                 break;
-            }
-            if (startMedia && media_) {
-                std::string error;
-                if (!media_->start(error)) {
-                    context_.log("kovo-camsim: cannot stream: " + error + "\n");
-                    media_.reset();
-                }
             }
         }
     }
@@ -96,7 +88,7 @@ std::vector<std::string> RtspConnection::sessionHeader() const {
     return headers;
 }
 
-std::string RtspConnection::answer(const RtspRequest& request, bool& startMedia) {
+std::string RtspConnection::answer(const RtspRequest& request) {
     const std::string cseq = request.header("CSeq");
     const std::string& method = request.method;
     if (method == "OPTIONS") {
@@ -114,7 +106,7 @@ std::string RtspConnection::answer(const RtspRequest& request, bool& startMedia)
         return composeReply(200, cseq, headers, buildSdp(context_.options, mjpeg_, localAddress()));
     }
     if (method == "SETUP") return answerSetup(request, cseq);
-    if (method == "PLAY") return answerPlay(cseq, startMedia);
+    if (method == "PLAY") return answerPlay(cseq);
     if (method == "PAUSE" || method == "TEARDOWN") {
         stopMedia();
         std::string reply = composeReply(200, cseq, sessionHeader());
@@ -159,23 +151,29 @@ std::string RtspConnection::answerSetup(const RtspRequest& request, const std::s
     return composeReply(200, cseq, headers);
 }
 
-std::string RtspConnection::answerPlay(const std::string& cseq, bool& startMedia) {
+// The streamer holds its first packet back briefly, so the reply leaves first.
+std::string RtspConnection::answerPlay(const std::string& cseq) {
     if (!videoSetUp_ && !audioSetUp_) return composeReply(455, cseq, sessionHeader());
-    std::vector<std::string> headers = sessionHeader();
-    headers.push_back("Range: npt=0.000-");
     if (!media_) {
         StreamSetup setup;
         setup.mjpeg = mjpeg_;
-        setup.audio = audioSetUp_;
         setup.video = videoSetUp_;
+        setup.audio = audioSetUp_;
         setup.videoChannel = videoChannel_;
         setup.audioChannel = audioChannel_;
         media_.reset(new MediaStreamer(
             context_.options, setup,
             [this](uint8_t channel, const uint8_t* packet, size_t size) { return sendPacket(channel, packet, size); },
             context_.framesSent));
-        startMedia = true;
+        std::string error;
+        if (!media_->start(error)) {
+            media_.reset();
+            std::fprintf(stderr, "kovo-camsim: cannot stream: %s\n", error.c_str());
+            return composeReply(500, cseq, sessionHeader());
+        }
     }
+    std::vector<std::string> headers = sessionHeader();
+    headers.push_back("Range: npt=0.000-");
     return composeReply(200, cseq, headers);
 }
 

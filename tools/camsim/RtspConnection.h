@@ -28,9 +28,9 @@ public:
     bool finished() const { return finished_; }
 
 private:
-    std::string answer(const RtspRequest& request, bool& startMedia);
+    std::string answer(const RtspRequest& request);
     std::string answerSetup(const RtspRequest& request, const std::string& cseq);
-    std::string answerPlay(const std::string& cseq, bool& startMedia);
+    std::string answerPlay(const std::string& cseq);
     std::string answerParameters(const RtspRequest& request, const std::string& cseq, bool isSet);
     std::vector<std::string> sessionHeader() const;
     void stopMedia();
