@@ -40,11 +40,8 @@ JpegAppend MakeMJPEGFrame(int* newJpeg, const unsigned char* payload, size_t pay
     if (payloadLen < skip) return JpegAppend::Malformed;
 
     const size_t scanLen = payloadLen - skip;
-    const size_t trailer = last ? 2 : 0;
-    const size_t room = capacity - *frameSize;
-    if (*frameSize > capacity || static_cast<size_t>(headerLen) + scanLen + trailer > room) {
-        return JpegAppend::Overflow;
-    }
+    const size_t needed = static_cast<size_t>(headerLen) + scanLen + (last ? 2 : 0);
+    if (*frameSize > capacity || needed > capacity - *frameSize) return JpegAppend::Overflow;
 
     if (*newJpeg) {
         std::memcpy(frameBuffer + *frameSize, headers, headerLen);

@@ -147,8 +147,12 @@ TEST_F(MediaStream, MjpegClipArrivesAsDecodableFiles) {
     const auto clip = makeJpegClip(dir, 8);
     ASSERT_EQ(clip.size(), 8u);
     JpegAssembler::setFirstFrameDropped(false);
-    open(false);
-    if (HasFatalFailure()) return;
+    {
+        test::StdoutCapture traces;
+        open(false);
+        if (HasFatalFailure()) return;
+        EXPECT_NE(traces.text().find("printf drain first frame "), std::string::npos);
+    }
 
     for (size_t i = 0; i < clip.size(); ++i) {
         std::string bytes;
