@@ -1,11 +1,17 @@
-// Motion-JPEG throughput: RTP/JPEG packets through the assembler alone, and
+// Motion-JPEG throughput: RTP/JPEG packets through the assembler alone,
 // interleaved chunks through the stream controller's de-interleaving and
-// assembly (no sockets). Also AAC packets through the ADTS re-wrapper.
+// assembly (no sockets), and a real opened stream on loopback. Also AAC
+// packets through the ADTS re-wrapper.
 #include <benchmark/benchmark.h>
 
+#include <atomic>
+#include <chrono>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
+
+#include "sdk/KovoSDK.h"
 
 #include "stream/AacAssembler.h"
 #include "stream/JpegAacTestMedia.h"
@@ -95,6 +101,62 @@ void BM_JpegPipeline(benchmark::State& state) {
     state.counters["frames/s"] = benchmark::Counter(double(frames), benchmark::Counter::kIsRate);
 }
 BENCHMARK(BM_JpegPipeline);
+
+struct FrameCount {
+    std::atomic<uint64_t> frames{0};
+    static void onJpeg(long, DATA_TYPE_E, unsigned char*, unsigned long, unsigned long user) {
+        ++reinterpret_cast<FrameCount*>(user)->frames;
+    }
+};
+
+bool waitFrames(const FrameCount& count, uint64_t target) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (count.frames < target) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    return true;
+}
+
+// The clip sent repeatedly by the fake camera over an opened Motion-JPEG stream.
+void BM_JpegOpenStream(benchmark::State& state) {
+    const Clip& c = clip();
+    std::string wire;
+    for (const std::string& p : c.packets) wire += kovo::test::interleave(0, p);
+    kovo::test::FakeCamera cam;
+    cam.onMethod("DESCRIBE", kovo::test::Reply::ok({"Content-Type: application/sdp"},
+                                                    "v=0\r\nm=video 0 RTP/AVP 26\r\na=x-dimensions:640, 480\r\n"
+                                                    "a=x-framerate:25\r\na=control:trackID=1\r\n"));
+    long id = 0;
+    {
+        kovo::test::StdoutCapture quiet;
+        id = Kovo_Login("127.0.0.1/MJPEG", cam.port(), nullptr);
+        if (id <= 0 || Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0) != 0) id = 0;
+    }
+    if (id == 0) return state.SkipWithError("stream did not open");
+    const int connection = cam.requests("PLAY").back().connection;
+    FrameCount count;
+    Kovo_SetMJPEGCallBack(id, FrameCount::onJpeg, reinterpret_cast<unsigned long>(&count));
+    kovo::JpegAssembler::setFirstFrameDropped(true);
+    cam.send(connection, wire);  // warm-up: the pipeline starts with its second packet
+    if (!waitFrames(count, c.frames - 1)) state.SkipWithError("warm-up frames did not arrive");
+
+    const int rounds = 50;
+    for (auto _ : state) {
+        const uint64_t target = count.frames + uint64_t(rounds) * c.frames;
+        const auto start = std::chrono::steady_clock::now();
+        for (int r = 0; r < rounds; ++r) cam.send(connection, wire);
+        if (!waitFrames(count, target)) return state.SkipWithError("frames lost");
+        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        state.SetIterationTime(seconds);
+        state.counters["MB/s"] = double(wire.size()) * rounds / seconds / 1e6;
+        state.counters["frames/s"] = double(c.frames) * rounds / seconds;
+    }
+    kovo::test::StdoutCapture quiet;
+    Kovo_CloseStream(id);
+    Kovo_Logout(id);
+}
+BENCHMARK(BM_JpegOpenStream)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 
 void BM_AacAssembler(benchmark::State& state) {
     const std::string packet = aacPacket(std::string(600, 'a'), 1, 0);
