@@ -1,6 +1,7 @@
 #include "stream/JpegHeaders.h"
 
 #include <cstring>
+#include <initializer_list>
 
 namespace kovo {
 
@@ -57,19 +58,17 @@ unsigned char scaleEntry(int base, int scale) {
     return static_cast<unsigned char>(v);
 }
 
-unsigned char* putMarker(unsigned char* p, unsigned char marker, int segmentLength) {
-    *p++ = 0xFF;
-    *p++ = marker;
-    *p++ = static_cast<unsigned char>(segmentLength >> 8);
-    *p++ = static_cast<unsigned char>(segmentLength);
+unsigned char* putBytes(unsigned char* p, std::initializer_list<unsigned char> bytes) {
+    for (unsigned char b : bytes) *p++ = b;
     return p;
 }
 
-unsigned char* putComponent(unsigned char* p, unsigned char id, unsigned char a, unsigned char b) {
-    *p++ = id;
-    *p++ = a;
-    if (b != 0xFF) *p++ = b;
-    return p;
+unsigned char* put16(unsigned char* p, int value) {
+    return putBytes(p, {static_cast<unsigned char>(value >> 8), static_cast<unsigned char>(value)});
+}
+
+unsigned char* putMarker(unsigned char* p, unsigned char marker, int segmentLength) {
+    return put16(putBytes(p, {0xFF, marker}), segmentLength);
 }
 
 // Sampling byte of the luminance component; other types pass through unchanged.
@@ -112,17 +111,13 @@ unsigned char* MakeHuffmanHeader(unsigned char* p, const unsigned char* codelens
 }
 
 unsigned char* MakeDRIHeader(unsigned char* p, unsigned short dri) {
-    p = putMarker(p, 0xDD, 4);
-    *p++ = static_cast<unsigned char>(dri >> 8);
-    *p++ = static_cast<unsigned char>(dri);
-    return p;
+    return put16(putMarker(p, 0xDD, 4), dri);
 }
 
 int MakeHeaders(unsigned char* p, int type, int width, int height, const unsigned char* lqt,
                 const unsigned char* cqt, unsigned short dri) {
     unsigned char* const start = p;
-    *p++ = 0xFF;
-    *p++ = 0xD8;
+    p = putBytes(p, {0xFF, 0xD8});
     p = MakeHuffmanHeader(p, lumDccodeLens, 16, lumDcSymbols, 12, 0, 0);
     p = MakeHuffmanHeader(p, chmDccodeLens, 16, chmDcSymbols, 12, 1, 0);
     p = MakeHuffmanHeader(p, lumAccodeLens, 16, lumAcSymbols, 162, 0, 1);
@@ -131,27 +126,16 @@ int MakeHeaders(unsigned char* p, int type, int width, int height, const unsigne
     p = MakeQuantHeader(p, cqt, 1);
     if (dri != 0) p = MakeDRIHeader(p, dri);
 
+    // Frame header: precision, size in pixels, then id / sampling / table per component.
     p = putMarker(p, 0xC0, 0x11);
     *p++ = 8;
-    const int pixelsHigh = height * 8;
-    const int pixelsWide = width * 8;
-    *p++ = static_cast<unsigned char>(pixelsHigh >> 8);
-    *p++ = static_cast<unsigned char>(pixelsHigh);
-    *p++ = static_cast<unsigned char>(pixelsWide >> 8);
-    *p++ = static_cast<unsigned char>(pixelsWide);
-    *p++ = 3;
-    p = putComponent(p, 0, lumaSampling(type), 0);
-    p = putComponent(p, 1, 0x11, 1);
-    p = putComponent(p, 2, 0x11, 1);
+    p = put16(p, height * 8);
+    p = put16(p, width * 8);
+    p = putBytes(p, {3, 0, lumaSampling(type), 0, 1, 0x11, 1, 2, 0x11, 1});
 
+    // Scan header: id / Huffman tables per component, then the full spectral range.
     p = putMarker(p, 0xDA, 0x0C);
-    *p++ = 3;
-    p = putComponent(p, 0, 0x00, 0xFF);
-    p = putComponent(p, 1, 0x11, 0xFF);
-    p = putComponent(p, 2, 0x11, 0xFF);
-    *p++ = 0x00;
-    *p++ = 0x3F;
-    *p++ = 0x00;
+    p = putBytes(p, {3, 0, 0x00, 1, 0x11, 2, 0x11, 0x00, 0x3F, 0x00});
     return static_cast<int>(p - start);
 }
 
