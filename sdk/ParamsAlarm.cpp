@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "sdk/ParamSplit.h"
 #include "sdk/ParamsCommon.h"
 
 using namespace kovo::param;
@@ -170,8 +171,7 @@ bool validMDArguments(long deviceId, int channel, int area, const MD_CONFIG* con
 // "x, y, w, h": with exactly four elements the area is taken, else kept.
 void readArea(const char* value, MD_CONFIG& md) {
     std::vector<std::string> parts;
-    splitAtBlanks(value, ',', true, parts);
-    if (parts.size() != 4) return;
+    if (SplitString(value, parts) != 4) return;
     md.nAreaX = std::atoi(parts[0].c_str());
     md.nAreaY = std::atoi(parts[1].c_str());
     md.nAreaWidth = std::atoi(parts[2].c_str());

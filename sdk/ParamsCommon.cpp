@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -34,20 +35,6 @@ int CheckTimeRange(char* begin, char* end) {
 }
 
 namespace kovo::param {
-
-void splitAtBlanks(const char* text, char dropped, bool keepTail, std::vector<std::string>& out) {
-    if (!text) return;
-    std::string current;
-    for (const char* c = text; *c; ++c) {
-        if (*c == ' ') {
-            out.push_back(std::move(current));
-            current.clear();
-        } else if (*c != dropped) {
-            current.push_back(*c);
-        }
-    }
-    if (keepTail && !current.empty()) out.push_back(std::move(current));
-}
 
 long rejectRange(const char* operation, const char* what, int line) {
     const std::string format = std::string(operation) + "[%d] " + what + ".\n";

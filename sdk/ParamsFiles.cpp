@@ -80,6 +80,20 @@ const Messages kGetDownload = {"GetDownloadConfig[%d] invalid input.\n", "GetDow
 
 long refuse(const char* text, int line) { return traceAndReturn(text, line, kInvalidArg); }
 
+// Names in a list answer end with a blank; '#' marks are dropped. A name
+// still open at the end of the text is incomplete and is dropped too.
+void splitFileNames(const char* text, std::vector<std::string>& names) {
+    std::string current;
+    for (const char* c = text; *c; ++c) {
+        if (*c == ' ') {
+            names.push_back(std::move(current));
+            current.clear();
+        } else if (*c != '#') {
+            current.push_back(*c);
+        }
+    }
+}
+
 // Collects names pass by pass while the camera reports more to come; a
 // failed pass ends the collection but not the call.
 void collectFileNames(Exchange& ex, std::vector<std::string>& names) {
@@ -96,8 +110,7 @@ void collectFileNames(Exchange& ex, std::vector<std::string>& names) {
             KovoTrace("QueryFileList[%d] request OK but no info get .\n", __LINE__);
             return;
         }
-        // Only names followed by a blank are complete.
-        splitAtBlanks(list, '#', false, names);
+        splitFileNames(list, names);
         if (names.size() >= kMaxListedFiles) {
             if (names.size() > kMaxListedFiles || std::atoi(remain) >= 1)
                 KovoTrace("QueryFileList: list cut at %d names\n", static_cast<int>(kMaxListedFiles));
