@@ -139,11 +139,12 @@ char** makeFileList(const std::vector<std::string>& names) {
     return list;
 }
 
-// Dotted address of this end of the connection, or "" when unknown.
+// Dotted address of this end of the connection, or "" when unknown (a
+// closed connection's descriptor number may belong to another socket now).
 std::string localAddress(const CConnect& conn) {
     sockaddr_in local{};
     socklen_t length = sizeof local;
-    if (conn.s < 0 || getsockname(conn.s, reinterpret_cast<sockaddr*>(&local), &length) != 0 ||
+    if (!conn.socketOpen || getsockname(conn.s, reinterpret_cast<sockaddr*>(&local), &length) != 0 ||
         local.sin_family != AF_INET)
         return {};
     char text[INET_ADDRSTRLEN] = {};

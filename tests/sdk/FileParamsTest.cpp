@@ -88,6 +88,17 @@ TEST(FileParams, GetDownloadConfigReadsOnlyThePort) {
     });
 }
 
+TEST(FileParams, DownloadAddressIsEmptyOnceTheConnectionIsGone) {
+    LoggedInCamera cam;
+    ASSERT_GT(cam.id, 0);
+    cam.cam.queue("GET_PARAMETER", Reply::closeConnection());
+    DOWNLOAD_CONFIG c{0, 9000};
+    EXPECT_EQ(Kovo_GetDownloadConfig(cam.id, &c), -2);
+    StdoutCapture out;
+    EXPECT_EQ(Kovo_SetDownloadConfig(cam.id, &c), -2);
+    EXPECT_NE(out.text().find("\r\nManualDownloadIP: \r\nManualDownloadPort: 9000\r\n"), std::string::npos);
+}
+
 // ---- File list -------------------------------------------------------------
 
 Reply listPass(const std::string& names, int remaining) {
