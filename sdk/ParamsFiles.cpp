@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -123,9 +124,13 @@ void collectFileNames(Exchange& ex, std::vector<std::string>& names) {
 }
 
 // One block of 1,024-byte entries, allocated as the char* array the caller
-// receives and releases with array delete.
+// receives and releases with array delete; null when memory runs out.
 char** makeFileList(const std::vector<std::string>& names) {
-    char** list = new char*[names.size() * kEntrySize / sizeof(char*)]();
+    char** list = new (std::nothrow) char*[names.size() * kEntrySize / sizeof(char*)]();
+    if (!list) {
+        KovoTrace("QueryFileList: no memory for %d names\n", static_cast<int>(names.size()));
+        return nullptr;
+    }
     char* bytes = reinterpret_cast<char*>(list);
     for (size_t i = 0; i < names.size(); ++i) {
         size_t length = names[i].size();
@@ -171,8 +176,10 @@ long Kovo_QueryFileList(long lDeviceID, int* count, char*** filelist) {
     collectFileNames(ex, names);
     if (!names.empty()) {
         if (count && filelist) {
-            *count = static_cast<int>(names.size());
-            *filelist = makeFileList(names);
+            if (char** list = makeFileList(names)) {
+                *count = static_cast<int>(names.size());
+                *filelist = list;
+            }
         } else {
             KovoTrace("QueryFileList: no place for the list, %d names dropped\n", static_cast<int>(names.size()));
         }
