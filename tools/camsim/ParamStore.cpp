@@ -135,12 +135,6 @@ void ParamStore::write(const std::vector<std::string>& lines) {
     if (newSearch) rebuildFileList();
 }
 
-std::string ParamStore::value(const std::string& key) const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto it = values_.find(key);
-    return it == values_.end() ? std::string() : it->second;
-}
-
 // The recordings of the search criteria: one file every ten minutes between
 // the start and end times, named after the time they begin.
 void ParamStore::rebuildFileList() {

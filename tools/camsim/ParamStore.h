@@ -30,9 +30,6 @@ public:
     // SET_PARAMETER: stores every "key: value" line; bare lines are ignored.
     void write(const std::vector<std::string>& lines);
 
-    // Current value of a key ("" when unknown), for diagnostics and tests.
-    std::string value(const std::string& key) const;
-
 private:
     struct Scope {
         std::string selector;  // "" when no item is selected
