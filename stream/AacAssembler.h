@@ -1,4 +1,9 @@
 // Re-wraps AAC access units of an RTP (RFC 3640) stream as ADTS frames.
+//
+// The caller hands over the packet at the front of the audio receive buffer
+// while the stream is processing data (first packet extracted, a connect type
+// set), after checking that the buffer holds the whole packet its length
+// prefix announces; afterwards it drains the prefix and consumedBytes().
 #pragma once
 
 #include <cstddef>

@@ -1,7 +1,8 @@
 // Rebuilds complete JPEG files from an RTP/JPEG (RFC 2435) packet stream.
 //
-// The caller hands over every packet of the video track (12-byte RTP header
-// first) once streaming has started; the assembler writes the JPEG headers for
+// The caller hands over each packet of the video track (12-byte RTP header
+// first) while the stream is processing data (first packet extracted, a
+// connect type set, data type Motion-JPEG); the assembler writes the JPEG headers for
 // the first packet of a frame, appends the scan data of each packet and, after
 // the packet with the RTP marker bit, the EOI marker. The finished file goes to
 // the sink, except the very first finished frame of the process, which is
