@@ -37,7 +37,7 @@ public:
     std::string readOnce(int ms = 3000) {
         pollfd p{fd_, POLLIN, 0};
         if (::poll(&p, 1, ms) <= 0) return "<timeout>";
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
         char buffer[8192];
         ssize_t n = ::recv(fd_, buffer, sizeof buffer, 0);
         return n <= 0 ? std::string("<closed>") : std::string(buffer, static_cast<size_t>(n));

@@ -138,6 +138,7 @@ TEST_F(CamSimStream, H264WithAudioAndMotionJpegWithAudioStreamToTwoClientsAtOnce
     ASSERT_EQ(0, Kovo_SetAudioCallBack(h264Id, onAudio, reinterpret_cast<unsigned long>(&h264)));
     ASSERT_EQ(0, Kovo_OpenStream(jpegId, 0, 0, 0, CONNECT_TYPE_TCP, 0));
     ASSERT_EQ(0, Kovo_SetMJPEGCallBack(jpegId, onJpeg, reinterpret_cast<unsigned long>(&jpeg)));
+    ASSERT_EQ(0, Kovo_SetRealDataCallBack(jpegId, H264DATA_TYPE, onH264, reinterpret_cast<unsigned long>(&jpeg)));
     ASSERT_EQ(0, Kovo_SetAudioCallBack(jpegId, onAudio, reinterpret_cast<unsigned long>(&jpeg)));
     EXPECT_TRUE(jpeg.waitFor([](Received& r) { return r.jpegs.size() >= 20 && r.audioFrames >= 40; }, 15s));
     EXPECT_TRUE(h264.waitFor([](Received& r) { return r.keyFrames >= 1 && r.audioFrames >= 40; }, 15s));

@@ -21,7 +21,7 @@ const uint32_t kVideoClock = 90000;
 const size_t kMaxAacUnit = 2041;
 // Pause between the PLAY reply and the first packet, so that the client
 // reads the reply alone.
-const auto kStartDelay = std::chrono::milliseconds(100);
+const auto kStartDelay = std::chrono::milliseconds(250);
 
 uint32_t randomWord() {
     static std::mutex mutex;
