@@ -212,6 +212,23 @@ TEST_F(JpegAssemblerTest, InBandTablesReachTheDqtSegments) {
     EXPECT_EQ(f.substr(f.size() - 6), "scan\xFF\xD9");
 }
 
+TEST_F(JpegAssemblerTest, TableLengthUsesOnlyItsLowByte) {
+    // Length 0x0140: only 0x40 counts, 32 bytes per table; the rest keeps the standard values.
+    const std::string tables(64, '\x07');
+    push(jpegPayload(1, 200, 40, 30, "scan", std::string("\0\0\x01\x40", 4) + tables), true);
+    ASSERT_EQ(got.frames.size(), 1u);
+    const std::string& f = got.frames[0];
+    const auto segs = segments(reinterpret_cast<const unsigned char*>(f.data()), f.size());
+    Bytes luma(33, 0x07), chroma(33, 0x07);
+    luma[0] = 0;
+    chroma[0] = 1;
+    luma.insert(luma.end(), jpegLumaQuantizer + 32, jpegLumaQuantizer + 64);
+    chroma.insert(chroma.end(), jpegChromaQuantizer + 32, jpegChromaQuantizer + 64);
+    EXPECT_EQ(segs[5].body, luma);
+    EXPECT_EQ(segs[6].body, chroma);
+    EXPECT_EQ(f.substr(f.size() - 6), "scan\xFF\xD9");
+}
+
 TEST_F(JpegAssemblerTest, RestartHeaderIsSkippedOnlyInTheFirstPacket) {
     const std::string restart("\x00\x04\xFF\xFF", 4);
     push(jpegPayload(65, 50, 40, 30, "AB", restart), false);
