@@ -169,6 +169,22 @@ TEST_F(CamSimStream, H264WithAudioAndMotionJpegWithAudioStreamToTwoClientsAtOnce
     EXPECT_EQ(h264.videoFrames, decodedFrames(dir.file("video.h264"), "h264"));
 }
 
+// The demonstration program always passes port 554; a port in the address overrides it.
+TEST_F(CamSimStream, AddressCarryingPortAndPathReachesTheSimulator) {
+    CamSimProcess sim;
+    ASSERT_TRUE(sim.start({"--no-audio", "--size", "160x120"}));
+    const std::string address = "127.0.0.1:" + std::to_string(sim.port()) + "/MJPEG";
+    long id = Kovo_Login(address.c_str(), 554, nullptr);
+    ASSERT_GT(id, 0);
+    ASSERT_EQ(0, Kovo_OpenStream(id, 1, 0, 0, CONNECT_TYPE_TCP, 0));
+    Received received;
+    ASSERT_EQ(0, Kovo_SetMJPEGCallBack(id, onJpeg, reinterpret_cast<unsigned long>(&received)));
+    EXPECT_TRUE(received.waitFor([](Received& r) { return r.jpegs.size() >= 3; }, 10s));
+    EXPECT_EQ(0, Kovo_CloseStream(id));
+    EXPECT_EQ(0, Kovo_Logout(id));
+    EXPECT_EQ(0, sim.terminate());
+}
+
 TEST_F(CamSimStream, ProxiedLoginBindsTheControlChannel) {
     CamSimProcess sim;
     ASSERT_TRUE(sim.start({"--no-audio"}));
