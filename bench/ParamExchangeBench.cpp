@@ -85,7 +85,7 @@ int main(int argc, char** argv) {
     dup2(devNull, STDOUT_FILENO);
     close(devNull);
 
-    benchmark::ConsoleReporter reporter;
+    benchmark::ConsoleReporter reporter(benchmark::ConsoleReporter::OO_Tabular);
     reporter.SetOutputStream(&report);
     reporter.SetErrorStream(&report);
     benchmark::RunSpecifiedBenchmarks(&reporter);
