@@ -39,6 +39,31 @@ struct CDevice {
     // Held for the whole of one parameter exchange or stream open/close, so
     // that application threads calling on one device cannot interleave.
     std::recursive_mutex callLock;
+
+    // Number of DeviceHold objects on this device; guarded by the registry.
+    int holders = 0;
+};
+
+// Keeps a registered device alive while a call uses it: logout waits until
+// every other hold is released before it deletes the device.
+class DeviceHold {
+public:
+    explicit DeviceHold(long id);
+    ~DeviceHold();
+    DeviceHold(const DeviceHold&) = delete;
+    DeviceHold& operator=(const DeviceHold&) = delete;
+
+    CDevice* get() const { return device_; }
+    explicit operator bool() const { return device_ != nullptr; }
+
+    // Removes the id from the registry, waits until this is the last hold on
+    // the device and hands the device over: the caller deletes it. Null when
+    // the id no longer maps to the held device (someone retired it first).
+    CDevice* retire();
+
+private:
+    long id_;
+    CDevice* device_ = nullptr;
 };
 
 // Registry access. The registry itself is guarded internally; the returned

@@ -77,7 +77,8 @@ long Kovo_Login(const char* pszAddress, unsigned short nPort, const char* pszPro
 }
 
 long Kovo_Logout(long lDeviceID) {
-    CDevice* device = FindDeviceByDeviceID(lDeviceID);
+    DeviceHold hold(lDeviceID);
+    CDevice* device = hold.retire();
     if (!device) {
         puts("Not find device.\r");
         return -1;
@@ -89,7 +90,6 @@ long Kovo_Logout(long lDeviceID) {
         rtsp_close(&device->stream);
         rtsp_close(&device->control);
     }
-    UnregisterDevice(lDeviceID, device);
     delete device;
     return 0;
 }

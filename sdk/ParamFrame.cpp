@@ -130,8 +130,8 @@ bool composeTextLine(const char* key, const char* text, std::string& line) {
     return true;
 }
 
-Exchange::Exchange(long deviceId) {
-    CDevice* device = FindDeviceByDeviceID(deviceId);
+Exchange::Exchange(long deviceId) : hold_(deviceId) {
+    CDevice* device = hold_.get();
     if (!device) return;
     lock_ = std::unique_lock<std::recursive_mutex>(device->callLock);
     device_ = device;

@@ -44,10 +44,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "sdk/Device.h"
 #include "sdk/KovoSDK.h"
-
-struct CDevice;
-struct CConnect;
 
 namespace kovo::param {
 
@@ -233,6 +231,7 @@ public:
     long finishSet(const Messages& msgs, int line);
 
 private:
+    DeviceHold hold_;  // declared before the lock: released after it
     std::unique_lock<std::recursive_mutex> lock_;
     CDevice* device_ = nullptr;
     CConnect* conn_ = nullptr;

@@ -1,4 +1,5 @@
 // The process-wide registry of logged-in devices, keyed by device id.
+#include <condition_variable>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -9,6 +10,7 @@ namespace {
 
 struct Registry {
     std::mutex mutex;
+    std::condition_variable holdReleased;
     std::map<long, CDevice*> devices;
 };
 
@@ -70,6 +72,37 @@ bool UnregisterDevice(long id, const CDevice* device) {
     if (it == r.devices.end() || it->second != device) return false;
     r.devices.erase(it);
     return true;
+}
+
+DeviceHold::DeviceHold(long id) : id_(id) {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    auto it = r.devices.find(id);
+    if (it == r.devices.end()) return;
+    device_ = it->second;
+    ++device_->holders;
+}
+
+DeviceHold::~DeviceHold() {
+    if (!device_) return;
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    --device_->holders;
+    r.holdReleased.notify_all();
+}
+
+CDevice* DeviceHold::retire() {
+    if (!device_) return nullptr;
+    Registry& r = registry();
+    std::unique_lock<std::mutex> lock(r.mutex);
+    auto it = r.devices.find(id_);
+    if (it == r.devices.end() || it->second != device_) return nullptr;
+    r.devices.erase(it);
+    r.holdReleased.wait(lock, [this] { return device_->holders == 1; });
+    CDevice* device = device_;
+    device->holders = 0;
+    device_ = nullptr;
+    return device;
 }
 
 int Kovo_SDKInit(void) { return 0; }

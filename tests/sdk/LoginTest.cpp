@@ -2,7 +2,9 @@
 // handshakes, the proxy bind and its failure, and the registry afterwards.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <regex>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -134,6 +136,32 @@ TEST(Login, TwoLoginsToOneCameraGetDistinctIds) {
     EXPECT_NE(FindDeviceByDeviceID(first), nullptr);
     EXPECT_EQ(Kovo_Logout(first), 0);
     EXPECT_EQ(Kovo_Logout(second), 0);
+}
+
+// Logout waits for calls already under way on other threads instead of
+// freeing the device beneath them; later calls see an unknown device.
+TEST(Login, LogoutWhileOtherThreadsCallTheDevice) {
+    FakeCamera cam;
+    StdoutCapture quiet;
+    const long id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
+    ASSERT_GT(id, 0);
+    std::atomic<int> unknown{0};
+    std::vector<std::thread> callers;
+    for (int t = 0; t < 4; ++t) {
+        callers.emplace_back([&] {
+            char text[64];
+            for (int i = 0; i < 10000; ++i) {
+                if (Kovo_GetNoiseReduction(id, 0, text) == -3) {
+                    ++unknown;
+                    return;
+                }
+            }
+        });
+    }
+    ASSERT_TRUE(cam.waitForRequests(20));
+    EXPECT_EQ(Kovo_Logout(id), 0);
+    for (auto& t : callers) t.join();
+    EXPECT_EQ(unknown.load(), 4);
 }
 
 TEST(Registry, LookupsAndDisconnectCallback) {
