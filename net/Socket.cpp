@@ -98,14 +98,8 @@ bool CSocket::Close() {
 bool CSocket::CloseSocket(int sock) {
     if (sock < 0) return false;
     Lock lock(m_mtxClientList);
-    if (!Release(sock)) {
-        // Not one of ours: closed all the same, once its read is done.
-        ::shutdown(sock, SHUT_RDWR);
-        if (m_mapReadsInFlight.count(sock))
-            m_setDoomed.insert(sock);
-        else
-            ::close(sock);
-    }
+    // Not one of ours: closed all the same, once its read is done.
+    if (!Release(sock)) ShutAndClose(sock);
     return true;
 }
 
@@ -116,12 +110,18 @@ bool CSocket::Release(int sock) {
     if (sock < 0) return false;
     Lock lock(m_mtxClientList);
     if (m_mapClientsList.erase(sock) + m_mapServersList.erase(sock) == 0) return false;
+    ShutAndClose(sock);
+    return true;
+}
+
+// Shuts the socket down now and closes it now, or, while a read on it is in
+// flight, when that read completes. Caller holds m_mtxClientList.
+void CSocket::ShutAndClose(int sock) {
     ::shutdown(sock, SHUT_RDWR);
     if (m_mapReadsInFlight.count(sock))
         m_setDoomed.insert(sock);
     else
         ::close(sock);
-    return true;
 }
 
 // ---------------------------------------------------------------------------

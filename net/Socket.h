@@ -79,6 +79,7 @@ private:
     static void* AcceptThreadMain(void* self);
     aiocb_plus* NewRequest(int opcode, size_t len, int fildes);
     bool Release(int sock);
+    void ShutAndClose(int sock);
     bool ReadLanded(int sock);
     void ReadDone(int sock);
     void EndConnections();
