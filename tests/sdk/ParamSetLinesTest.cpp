@@ -106,7 +106,8 @@ TEST(ParamSetLines, Video) {
 
 OSD_REGION titleRegion(const char* title) {
     OSD_REGION r{};
-    std::strncpy(r.title, title, sizeof r.title);  // 24 characters leave no terminator
+    // 24 characters fill the field and leave no terminator.
+    std::memcpy(r.title, title, std::min(std::strlen(title), sizeof r.title));
     r.titledisplay = 1;
     std::strcpy(r.titlecolor, "White");
     r.titleh = 10;
