@@ -1,6 +1,7 @@
 #include "stream/VideoControl.h"
 
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -49,6 +50,7 @@ CVideoControl::CVideoControl(int width, int height, int frameRate)
     m_pVTempEvbuffer = newBuffer(nullptr, nullptr);
     m_pAUFrameEvbuffer = newBuffer(nullptr, nullptr);
     m_pAURecvEvbuffer = newBuffer(on_audio_dataprocess_call, this);
+    m_nWakeFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
 }
 
 CVideoControl::~CVideoControl() {
@@ -59,6 +61,7 @@ CVideoControl::~CVideoControl() {
     evbuffer_free(m_pAUFrameEvbuffer);
     evbuffer_free(m_pAURecvEvbuffer);
     delete m_DataList;
+    if (m_nWakeFd >= 0) close(m_nWakeFd);
 }
 
 int CVideoControl::SetRealDataCallBack(DATA_TYPE_E type, fRealDataCallBack cb, unsigned long user) {
@@ -183,6 +186,11 @@ void CVideoControl::StartThread() {
 void CVideoControl::StopThread() {
     m_nRunRecvThread = 0;
     if (m_recvStarted) {
+        if (m_nWakeFd >= 0) {
+            uint64_t one = 1;
+            ssize_t written = write(m_nWakeFd, &one, sizeof one);
+            (void)written;  // a full counter is already readable
+        }
         pthread_join(m_nRecvThreadID, nullptr);
         m_recvStarted = false;
     }
@@ -218,12 +226,14 @@ void CVideoControl::receiveLoop() {
             usleep(20000);
             continue;
         }
-        pollfd pfd{m_nSocket, POLLIN, 0};
-        int ready = poll(&pfd, 1, kRecvWaitMs);
+        pollfd fds[2] = {{m_nSocket, POLLIN, 0}, {m_nWakeFd, POLLIN, 0}};
+        const bool wakeable = m_nWakeFd >= 0;
+        int ready = poll(fds, wakeable ? 2 : 1, wakeable ? kIdleWaitMs : kRecvWaitMs);
         if (ready <= 0) {
             if (ready < 0 && errno != EINTR) usleep(10000);
             continue;
         }
+        if (fds[0].revents == 0) continue;  // woken to stop
         ssize_t n = recv(m_nSocket, buf, sizeof buf, 0);
         if (n <= 0) {
             if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
@@ -237,7 +247,7 @@ void CVideoControl::receiveLoop() {
 
 void CVideoControl::assembleLoop() {
     while (m_nRunAssembleFrame) {
-        CNetworkData* item = m_DataList->WaitNetworkData(kAssembleWaitMs);
+        CNetworkData* item = m_DataList->WaitNetworkData(kIdleWaitMs);
         if (!item) continue;
         AssembleChunk(item->GetData(), item->GetLen());
         delete item;

@@ -20,8 +20,11 @@
 class CVideoControl {
 public:
     static constexpr int kRecvChunk = 32768;
+    // Both threads are woken at once by data or by StopThread, so their waits
+    // need no short time-out; an idle stream then costs next to no CPU. The
+    // short receive poll remains for when no wake-up descriptor is available.
+    static constexpr int kIdleWaitMs = 5000;
     static constexpr int kRecvWaitMs = 20;
-    static constexpr int kAssembleWaitMs = 10;
 
     CVideoControl(int width, int height, int frameRate);
     ~CVideoControl();
@@ -144,6 +147,7 @@ private:
     void* m_pDevice = nullptr;
     int m_lStreamID = 0;
     int m_nSocket = -1;
+    int m_nWakeFd = -1;  // eventfd written by StopThread to end the receive wait
     char m_strRecvBuf[kRecvChunk];
     int m_iStampWrongCount = 0;
 };

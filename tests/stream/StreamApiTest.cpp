@@ -249,6 +249,7 @@ TEST_F(StreamApi, CloseWhileFramesArriveOrAfterAResetReturnsPromptly) {
         }
         EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
         sending = false;
+        cam.closeConnection(conn);  // nobody reads any more: unblock the sender
         if (sender.joinable()) sender.join();
         TearDown();
     }
@@ -289,6 +290,8 @@ TEST_F(StreamApi, WithAudioVideoAndAudioReachTheirCallbacks) {
     EXPECT_EQ(frame.bytes.substr(0, 7), std::string("\xFF\xF1\x4C\x80\x26\x7F\xFC", 7));
     EXPECT_EQ(frame.bytes.substr(7), au);
     EXPECT_EQ(video.frames()[0].bytes, std::string("\0\0\0\1\x67sps\0\0\0\1\x65idr", 16));
+    StdoutCapture quiet;
+    Kovo_CloseStream(id);  // before the sinks go away
 }
 
 }  // namespace

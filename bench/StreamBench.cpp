@@ -1,0 +1,280 @@
+// Live stream pipeline figures through real opened streams on loopback:
+// throughput, callback latency, idle cost of many streams, memory per stream.
+#include <benchmark/benchmark.h>
+#include <dirent.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "sdk/KovoSDK.h"
+#include "support/FakeCamera.h"
+
+namespace {
+
+using namespace kovo::test;
+using Clock = std::chrono::steady_clock;
+
+const char kSdp[] =
+    "v=0\r\ns=Kovo\r\na=x-dimensions:1920, 1080\r\na=x-framerate:30\r\n"
+    "m=video 0 RTP/AVP 96\r\na=control:trackID=1\r\n";
+
+std::set<int> threadIds() {
+    std::set<int> ids;
+    if (DIR* dir = opendir("/proc/self/task")) {
+        while (dirent* e = readdir(dir))
+            if (e->d_name[0] != '.') ids.insert(atoi(e->d_name));
+        closedir(dir);
+    }
+    return ids;
+}
+
+// CPU seconds the given threads have run (scheduler accounting, in ns).
+double threadCpuSeconds(const std::set<int>& ids) {
+    double ns = 0;
+    for (int id : ids) {
+        std::ifstream in("/proc/self/task/" + std::to_string(id) + "/schedstat");
+        double onCpu = 0;
+        if (in >> onCpu) ns += onCpu;
+    }
+    return ns / 1e9;
+}
+
+long residentKb() {
+    std::ifstream in("/proc/self/status");
+    for (std::string line; std::getline(in, line);)
+        if (line.rfind("VmRSS:", 0) == 0) return atol(line.c_str() + 6);
+    return 0;
+}
+
+// One frame as interleaved RTP: the NAL unit as FU-A fragments of at most
+// `packet` payload bytes, marker on the last.
+std::string frameBytes(uint8_t nalHeader, size_t size, size_t packet, uint16_t& seq, uint32_t index) {
+    std::string nal(size, char(0x5A));
+    nal[0] = char(nalHeader);
+    memcpy(&nal[1], &index, sizeof index);
+    std::string out;
+    const char indicator = char((nalHeader & 0x60) | 28);
+    for (size_t at = 1; at < nal.size(); at += packet) {
+        const bool start = at == 1, end = at + packet >= nal.size();
+        const char header = char((start ? 0x80 : 0) | (end ? 0x40 : 0) | (nalHeader & 0x1F));
+        out += interleave(0, rtpPacket(96, end, seq++, index * 3000,
+                                       std::string{indicator, header} + nal.substr(at, packet)));
+    }
+    return out;
+}
+
+// A key frame (SPS single NAL + IDR) or a P frame of the given size.
+std::string pictureBytes(bool key, size_t size, size_t packet, uint16_t& seq, uint32_t index) {
+    std::string out;
+    if (key) out += interleave(0, rtpPacket(96, false, seq++, index * 3000, std::string("\x67\x42\x00\x28", 4)));
+    return out + frameBytes(key ? 0x65 : 0x41, size, packet, seq, index);
+}
+
+template <typename Done>
+bool waitUntil(Done done, std::chrono::seconds limit) {
+    const auto deadline = Clock::now() + limit;
+    while (!done()) {
+        if (Clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    return true;
+}
+
+struct Stream {
+    long id = -1;
+    int connection = -1;
+};
+
+Stream openStream(FakeCamera& cam) {
+    StdoutCapture quiet;
+    Stream s;
+    s.id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
+    if (s.id <= 0 || Kovo_OpenStream(s.id, 0, 0, 0, CONNECT_TYPE_TCP, 0) != 0) return {};
+    auto plays = cam.requests("PLAY");
+    s.connection = plays.back().connection;
+    return s;
+}
+
+void closeStream(const Stream& s) {
+    StdoutCapture quiet;
+    Kovo_CloseStream(s.id);
+    Kovo_Logout(s.id);
+}
+
+struct Counter {
+    std::atomic<uint64_t> bytes{0};
+    std::atomic<uint64_t> frames{0};
+    std::atomic<uint64_t> lastIndex{0};
+    static void onFrame(DATA_TYPE_E, FRAME_TYPE_E, unsigned char*, unsigned long length, unsigned long user) {
+        auto* self = reinterpret_cast<Counter*>(user);
+        self->bytes += length;
+        self->frames += 1;
+    }
+};
+
+// (1) Interleaved 1080p-sized frames pushed as fast as the socket takes them.
+void BM_PipelineThroughput(benchmark::State& state) {
+    const size_t packet = size_t(state.range(0));
+    FakeCamera cam;
+    cam.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, kSdp));
+    const auto before = threadIds();
+    Stream s = openStream(cam);
+    if (s.id <= 0) return state.SkipWithError("stream did not open");
+    std::set<int> library;
+    for (int id : threadIds())
+        if (!before.count(id)) library.insert(id);
+    Counter counter;
+    Kovo_SetRealDataCallBack(s.id, H264DATA_TYPE, Counter::onFrame, reinterpret_cast<unsigned long>(&counter));
+
+    // One GOP of 30: a 250 KB key frame and 29 P frames of 60 KB.
+    uint16_t seq = 0;
+    std::string gop;
+    uint32_t gopFrames = 30;
+    for (uint32_t i = 0; i < gopFrames; ++i) gop += pictureBytes(i == 0, i == 0 ? 250000 : 60000, packet, seq, i);
+    // Warm-up: the first GOP arms the assembler, the second starts delivery.
+    StdoutCapture quiet;
+    cam.send(s.connection, gop);
+    cam.send(s.connection, gop);
+    if (!waitUntil([&] { return counter.frames >= gopFrames; }, std::chrono::seconds(10)))
+        return state.SkipWithError("warm-up frames were not delivered");
+
+    const int gops = 100;
+    for (auto _ : state) {
+        const uint64_t startFrames = counter.frames;
+        const double cpuStart = threadCpuSeconds(library);
+        const auto start = Clock::now();
+        for (int g = 0; g < gops; ++g) cam.send(s.connection, gop);
+        if (!waitUntil([&] { return counter.frames >= startFrames + uint64_t(gops) * gopFrames; },
+                       std::chrono::seconds(120)))
+            return state.SkipWithError("frames were lost");
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        const double cpu = threadCpuSeconds(library) - cpuStart;
+        const double wireBytes = double(gop.size()) * gops;
+        state.SetIterationTime(seconds);
+        state.counters["MB/s"] = wireBytes / seconds / 1e6;
+        state.counters["frames/s"] = double(gops) * gopFrames / seconds;
+        state.counters["cpu_s_per_100MB"] = cpu / (wireBytes / 1e8);
+    }
+    closeStream(s);
+}
+BENCHMARK(BM_PipelineThroughput)->Arg(1400)->Arg(8000)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+
+struct LatencyProbe {
+    std::vector<Clock::time_point> sent;
+    std::vector<double> latencyUs;
+    std::atomic<uint32_t> delivered{0};
+    static void onFrame(DATA_TYPE_E, FRAME_TYPE_E, unsigned char* data, unsigned long length, unsigned long user) {
+        auto now = Clock::now();
+        auto* self = reinterpret_cast<LatencyProbe*>(user);
+        // The frame index sits right after the last NAL header.
+        unsigned char* nal = data + length;
+        for (unsigned char* p = data; p + 4 < data + length; ++p)
+            if (p[0] == 0 && p[1] == 0 && p[2] == 0 && p[3] == 1) nal = p + 4;
+        uint32_t index = 0;
+        memcpy(&index, nal + 1, sizeof index);
+        if (index < self->sent.size() && self->sent[index] != Clock::time_point{})
+            self->latencyUs.push_back(std::chrono::duration<double, std::micro>(now - self->sent[index]).count());
+        self->delivered++;
+    }
+};
+
+// (2) Time from the last packet of a frame leaving the server to the callback, at 30 frames/s.
+void BM_CallbackLatency(benchmark::State& state) {
+    FakeCamera cam;
+    cam.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, kSdp));
+    Stream s = openStream(cam);
+    if (s.id <= 0) return state.SkipWithError("stream did not open");
+    const uint32_t frames = 300;
+    LatencyProbe probe;
+    probe.sent.resize(frames);
+    StdoutCapture quiet;
+    Kovo_SetRealDataCallBack(s.id, H264DATA_TYPE, LatencyProbe::onFrame, reinterpret_cast<unsigned long>(&probe));
+    uint16_t seq = 0;
+    for (auto _ : state) {
+        auto next = Clock::now();
+        for (uint32_t i = 0; i < frames; ++i) {
+            const std::string bytes = pictureBytes(i % 30 == 0, i % 30 == 0 ? 250000 : 60000, 1400, seq, i);
+            std::this_thread::sleep_until(next);
+            cam.send(s.connection, bytes.substr(0, bytes.size() - 1500));
+            cam.send(s.connection, bytes.substr(bytes.size() - 1500));
+            probe.sent[i] = Clock::now();
+            next += std::chrono::microseconds(33333);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    closeStream(s);
+    auto lat = probe.latencyUs;
+    if (lat.empty()) return state.SkipWithError("no frames delivered");
+    std::sort(lat.begin(), lat.end());
+    state.counters["median_us"] = lat[lat.size() / 2];
+    state.counters["p99_us"] = lat[std::min(lat.size() - 1, size_t(double(lat.size()) * 0.99))];
+    state.counters["frames"] = double(lat.size());
+}
+BENCHMARK(BM_CallbackLatency)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+// (3) and (4): CPU of 200 idle open streams and resident memory per stream.
+void BM_IdleStreams(benchmark::State& state) {
+    rlimit limit;
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    const int count = int(state.range(0));
+    FakeCamera cam;
+    cam.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, kSdp));
+    std::vector<Stream> logins;
+    {
+        StdoutCapture quiet;
+        for (int i = 0; i < count; ++i) logins.push_back({Kovo_Login("127.0.0.1", cam.port(), nullptr), -1});
+    }
+    const auto before = threadIds();
+    const long rssBefore = residentKb();
+    {
+        StdoutCapture quiet;
+        for (Stream& s : logins)
+            if (Kovo_OpenStream(s.id, 0, 0, 0, CONNECT_TYPE_TCP, 0) != 0) return state.SkipWithError("open failed");
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    const long rssAfter = residentKb();
+    std::set<int> library;
+    for (int id : threadIds())
+        if (!before.count(id)) library.insert(id);
+    for (auto _ : state) {
+        const double cpuStart = threadCpuSeconds(library);
+        rusage usageStart;
+        getrusage(RUSAGE_SELF, &usageStart);
+        const auto start = Clock::now();
+        std::this_thread::sleep_for(std::chrono::seconds(5));
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        rusage usageEnd;
+        getrusage(RUSAGE_SELF, &usageEnd);
+        auto cpuOf = [](const rusage& u) {
+            return double(u.ru_utime.tv_sec + u.ru_stime.tv_sec) + double(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
+        };
+        state.SetIterationTime(seconds);
+        state.counters["library_cpu_pct"] = 100.0 * (threadCpuSeconds(library) - cpuStart) / seconds;
+        state.counters["process_cpu_pct"] = 100.0 * (cpuOf(usageEnd) - cpuOf(usageStart)) / seconds;
+    }
+    state.counters["streams"] = count;
+    state.counters["library_threads"] = double(library.size());
+    state.counters["rss_kB_per_stream"] = double(rssAfter - rssBefore) / count;
+    StdoutCapture quiet;
+    for (Stream& s : logins) {
+        Kovo_CloseStream(s.id);
+        Kovo_Logout(s.id);
+    }
+}
+BENCHMARK(BM_IdleStreams)->Arg(200)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
