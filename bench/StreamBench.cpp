@@ -170,7 +170,9 @@ void BM_PipelineThroughput(benchmark::State& state) {
 BENCHMARK(BM_PipelineThroughput)->Arg(1400)->Arg(8000)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
 
 struct LatencyProbe {
-    std::vector<Clock::time_point> sent;
+    // Steady-clock nanoseconds just before the frame's last packet was sent.
+    std::unique_ptr<std::atomic<int64_t>[]> sent;
+    uint32_t count = 0;
     std::vector<double> latencyUs;
     std::atomic<uint32_t> delivered{0};
     static void onFrame(DATA_TYPE_E, FRAME_TYPE_E, unsigned char* data, unsigned long length, unsigned long user) {
@@ -182,8 +184,11 @@ struct LatencyProbe {
             if (p[0] == 0 && p[1] == 0 && p[2] == 0 && p[3] == 1) nal = p + 4;
         uint32_t index = 0;
         memcpy(&index, nal + 1, sizeof index);
-        if (index < self->sent.size() && self->sent[index] != Clock::time_point{})
-            self->latencyUs.push_back(std::chrono::duration<double, std::micro>(now - self->sent[index]).count());
+        const int64_t sentNs = index < self->count ? self->sent[index].load() : 0;
+        if (sentNs != 0)
+            self->latencyUs.push_back(
+                double(std::chrono::duration_cast<std::chrono::nanoseconds>(now.time_since_epoch()).count() -
+                       sentNs) / 1e3);
         self->delivered++;
     }
 };
@@ -196,7 +201,8 @@ void BM_CallbackLatency(benchmark::State& state) {
     if (s.id <= 0) return state.SkipWithError("stream did not open");
     const uint32_t frames = 300;
     LatencyProbe probe;
-    probe.sent.resize(frames);
+    probe.sent.reset(new std::atomic<int64_t>[frames]());
+    probe.count = frames;
     StdoutCapture quiet;
     Kovo_SetRealDataCallBack(s.id, H264DATA_TYPE, LatencyProbe::onFrame, reinterpret_cast<unsigned long>(&probe));
     uint16_t seq = 0;
@@ -206,8 +212,10 @@ void BM_CallbackLatency(benchmark::State& state) {
             const std::string bytes = pictureBytes(i % 30 == 0, i % 30 == 0 ? 250000 : 60000, 1400, seq, i);
             std::this_thread::sleep_until(next);
             cam.send(s.connection, bytes.substr(0, bytes.size() - 1500));
-            cam.send(s.connection, bytes.substr(bytes.size() - 1500));
-            probe.sent[i] = Clock::now();
+            const std::string last = bytes.substr(bytes.size() - 1500);
+            probe.sent[i] = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                Clock::now().time_since_epoch()).count();
+            cam.send(s.connection, last);
             next += std::chrono::microseconds(33333);
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
