@@ -34,7 +34,7 @@ void releaseDevice(long id, CDevice* device, DeviceLock& lock) {
     rtsp_close(&device->stream);
     rtsp_close(&device->control);
     lock.unlock();
-    delete control;
+    CVideoControl::Destroy(control);
     UnregisterDevice(id, device);
     delete device;
 }
@@ -105,7 +105,7 @@ void StopDeviceStream(CDevice* device) {
     DeviceLock lock(device->callLock);
     CVideoControl* control = takeController(device);
     lock.unlock();
-    delete control;
+    CVideoControl::Destroy(control);
 }
 
 long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStreamMode,
@@ -189,7 +189,7 @@ long Kovo_CloseStream(long lDeviceID) {
     if (dev->a_mrl[0]) rtsp_request_pause(conn, dev->a_mrl, wait);
     CVideoControl* control = takeController(dev);
     lock.unlock();
-    delete control;
+    CVideoControl::Destroy(control);
     return 0;
 }
 

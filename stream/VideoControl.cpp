@@ -195,11 +195,26 @@ void CVideoControl::StopThread() {
         m_recvStarted = false;
     }
     m_nRunAssembleFrame = 0;
-    if (m_assembleStarted) {
+    if (m_assembleStarted && !pthread_equal(pthread_self(), m_nAssembleThreadID)) {
         m_DataList->WakeNetworkWaiters();
         pthread_join(m_nAssembleThreadID, nullptr);
         m_assembleStarted = false;
     }
+}
+
+void CVideoControl::Destroy(CVideoControl* control) {
+    if (!control) return;
+    if (!control->m_assembleStarted || !pthread_equal(pthread_self(), control->m_nAssembleThreadID)) {
+        delete control;
+        return;
+    }
+    control->ConnectType = CONNECT_TYPE_NONE;  // the rest of this chunk is not delivered
+    control->m_nRunRecvThread = 0;
+    control->m_nRunAssembleFrame = 0;
+    control->StopThread();  // joins the receive thread only
+    pthread_detach(control->m_nAssembleThreadID);
+    control->m_assembleStarted = false;
+    control->m_deleteOnExit = true;
 }
 
 void* CVideoControl::RecvThreadProc(void* self) {
@@ -208,7 +223,9 @@ void* CVideoControl::RecvThreadProc(void* self) {
 }
 
 void* CVideoControl::AssembleFrameProc(void* self) {
-    static_cast<CVideoControl*>(self)->assembleLoop();
+    auto* control = static_cast<CVideoControl*>(self);
+    control->assembleLoop();
+    if (control->m_deleteOnExit) delete control;
     return nullptr;
 }
 

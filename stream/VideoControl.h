@@ -65,6 +65,11 @@ public:
 
     void StartThread();
     void StopThread();
+    // Deletes a controller. Called from one of its own callbacks (an
+    // application closing its stream from the callback) the assemble thread
+    // cannot be joined: processing stops and that thread deletes the
+    // controller once the callback has returned.
+    static void Destroy(CVideoControl* control);
 
     // One pass of de-interleaving over the temporary buffer.
     void HandleTempBuffer();
@@ -139,6 +144,7 @@ private:
     pthread_t m_nAssembleThreadID{};
     bool m_recvStarted = false;
     bool m_assembleStarted = false;
+    bool m_deleteOnExit = false;  // set by Destroy on the assemble thread
     std::atomic<int> m_nRunRecvThread{0};
     std::atomic<int> m_nRunAssembleFrame{0};
     std::atomic<int> m_nRunDecodeFrame{0};

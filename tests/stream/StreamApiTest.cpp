@@ -1,6 +1,7 @@
 #include <dirent.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <regex>
 #include <string>
@@ -292,6 +293,39 @@ TEST_F(StreamApi, WithAudioVideoAndAudioReachTheirCallbacks) {
     EXPECT_EQ(video.frames()[0].bytes, std::string("\0\0\0\1\x67sps\0\0\0\1\x65idr", 16));
     StdoutCapture quiet;
     Kovo_CloseStream(id);  // before the sinks go away
+}
+
+}  // namespace
+
+namespace {
+
+std::atomic<long> g_closeFromCallbackId{0};
+std::atomic<int> g_closeFromCallbackResult{1};
+
+void closeFromCallback(DATA_TYPE_E, FRAME_TYPE_E, unsigned char*, unsigned long, unsigned long) {
+    long id = g_closeFromCallbackId.exchange(0);
+    if (id) g_closeFromCallbackResult = int(Kovo_CloseStream(id));
+}
+
+TEST_F(StreamApi, ClosingFromTheFrameCallbackIsSafe) {
+    cam.onMethod("DESCRIBE", describeReply());
+    login();
+    const int baseline = threadCount();
+    ASSERT_EQ(open(), 0);
+    g_closeFromCallbackId = id;
+    ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, closeFromCallback, 0), 0);
+    std::string batch;
+    for (uint16_t i = 0; i < 10; ++i) {
+        batch += interleave(0, rtpPacket(96, false, i, 0, std::string("\x67", 1) + "sps"));
+        batch += interleave(0, rtpPacket(96, true, i, 0, std::string("\x65", 1) + "idr"));
+    }
+    StdoutCapture quiet;
+    ASSERT_TRUE(cam.send(streamConnection(cam), batch));
+    for (int i = 0; i < 200 && (g_closeFromCallbackResult == 1 || threadCount() != baseline); ++i)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_EQ(g_closeFromCallbackResult, 0);
+    EXPECT_EQ(threadCount(), baseline);
+    EXPECT_EQ(FindDeviceByDeviceID(id)->m_pVideoControl, nullptr);
 }
 
 }  // namespace
