@@ -25,7 +25,7 @@ struct CBuffer {
 
 KOVO_API CBuffer* evbuffer_new();
 // Runs the destructor and releases an object made by evbuffer_new.
-KOVO_API void evbuffer_free(CBuffer* buf);
+void evbuffer_free(CBuffer* buf);
 KOVO_API void evbuffer_setcb(CBuffer* buf, evbuffer_cb cb, void* cbarg);
 KOVO_API int evbuffer_expand(CBuffer* buf, size_t datlen);
 KOVO_API int evbuffer_addx(CBuffer* buf, const void* data, size_t datlen, int notify);
