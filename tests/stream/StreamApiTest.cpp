@@ -329,3 +329,35 @@ TEST_F(StreamApi, ClosingFromTheFrameCallbackIsSafe) {
 }
 
 }  // namespace
+
+namespace {
+
+// One RFC 2435 packet holding a whole (tiny) picture: type 1, Q 50, 320x240.
+std::string jpegPacket(uint16_t seq) {
+    std::string header("\x00\x00\x00\x00\x01\x32\x28\x1E", 8);
+    return rtpPacket(26, true, seq, seq * 3000u, header + std::string(64, '\x11'));
+}
+
+TEST_F(StreamApi, MjpegStreamsDeliverThroughTheJpegCallbackOnly) {
+    cam.onMethod("DESCRIBE", describeReply());
+    login();
+    CDevice* dev = FindDeviceByDeviceID(id);
+    snprintf(dev->stream.mrl, sizeof dev->stream.mrl, "rtsp://127.0.0.1/MJPEG");
+    ASSERT_EQ(open(), 0);
+    FrameSink jpeg, raw;
+    ASSERT_EQ(Kovo_SetMJPEGCallBack(id, FrameSink::onMedia, jpeg.user()), 0);
+    ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, FrameSink::onRealData, raw.user()), 0);
+    std::string batch;
+    for (uint16_t i = 0; i < 6; ++i) batch += interleave(0, jpegPacket(i));
+    StdoutCapture quiet;
+    ASSERT_TRUE(cam.send(streamConnection(cam), batch));
+    ASSERT_TRUE(jpeg.waitFor(2));
+    Kovo_CloseStream(id);
+    const auto frame = jpeg.frames()[0];
+    EXPECT_EQ(frame.dataType, MJPEGDATA_TYPE);
+    EXPECT_EQ(frame.bytes.substr(0, 2), "\xFF\xD8");
+    EXPECT_EQ(frame.bytes.substr(frame.bytes.size() - 2), "\xFF\xD9");
+    EXPECT_TRUE(raw.frames().empty());
+}
+
+}  // namespace
