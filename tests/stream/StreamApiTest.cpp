@@ -361,3 +361,27 @@ TEST_F(StreamApi, MjpegStreamsDeliverThroughTheJpegCallbackOnly) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(StreamApi, LogoutWhileStreamingStopsTheStream) {
+    cam.onMethod("DESCRIBE", describeReply());
+    login();
+    const int baseline = threadCount();
+    ASSERT_EQ(open(), 0);
+    FrameSink sink;
+    ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, FrameSink::onRealData, sink.user()), 0);
+    std::string batch;
+    for (uint16_t i = 0; i < 10; ++i) {
+        batch += interleave(0, rtpPacket(96, false, i, 0, std::string("\x67", 1) + "sps"));
+        batch += interleave(0, rtpPacket(96, true, i, 0, std::string("\x65", 1) + "idr"));
+    }
+    ASSERT_TRUE(cam.send(streamConnection(cam), batch));
+    ASSERT_TRUE(sink.waitFor(3));
+    StdoutCapture quiet;
+    EXPECT_EQ(Kovo_Logout(id), 0);
+    EXPECT_EQ(threadCount(), baseline);
+    EXPECT_EQ(Kovo_CloseStream(id), -1);
+}
+
+}  // namespace
