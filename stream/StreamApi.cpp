@@ -29,14 +29,15 @@ CVideoControl* takeController(CDevice* device) {
 
 // After a failed DESCRIBE or a missing video track the device is unusable:
 // the id leaves the registry so later calls get the unknown-device code.
-void releaseDevice(long id, CDevice* device, DeviceLock& lock) {
+void releaseDevice(DeviceHold& hold, DeviceLock& lock) {
+    CDevice* device = hold.get();
     CVideoControl* control = takeController(device);
     rtsp_close(&device->stream);
     rtsp_close(&device->control);
     lock.unlock();
     CVideoControl::Destroy(control);
-    UnregisterDevice(id, device);
-    delete device;
+    // Whoever retires the id deletes the device, once no other call holds it.
+    if (hold.retire()) delete device;
 }
 
 void copyText(char (&out)[256], const char* text) { snprintf(out, sizeof out, "%s", text); }
@@ -86,7 +87,8 @@ void startController(CDevice* dev, long id, bool mjpeg) {
 // prints noStream and returns -1 when no stream is open.
 template <typename F>
 long withController(long id, const char* noStream, F f) {
-    CDevice* dev = FindDeviceByDeviceID(id);
+    DeviceHold hold(id);
+    CDevice* dev = hold.get();
     if (!dev) return -1;
     DeviceLock lock(dev->callLock);
     if (!dev->m_pVideoControl) {
@@ -113,7 +115,8 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
     if (validateOpenArguments(lDeviceID, nChannel, lStreamType, lStreamMode, ConnectType,
                               lBufPoolSize) != 0)
         return -1;
-    CDevice* dev = FindDeviceByDeviceID(lDeviceID);
+    DeviceHold hold(lDeviceID);
+    CDevice* dev = hold.get();
     if (!dev) {
         puts("Kovo_OpenStream tmpDev == NULL");
         return -1;
@@ -126,7 +129,7 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
     rtsp_schedule_field(conn, "Accept: application/sdp");
     rtsp_schedule_field(conn, kUserAgent);
     if (rtsp_request_describe(conn, nullptr) != 200) {
-        releaseDevice(lDeviceID, dev, lock);
+        releaseDevice(hold, lock);
         KovoTrace("OpenStream[%d] request describe failed and return.\n", __LINE__);
         return -125;
     }
@@ -144,7 +147,7 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
 
     const char* videoMrl = rtsp_get_video_mrl(conn);
     if (!videoMrl) {
-        releaseDevice(lDeviceID, dev, lock);
+        releaseDevice(hold, lock);
         KovoTrace("OpenStream[%d] get video mrl failed.\n", __LINE__);
         return -122;
     }
@@ -176,7 +179,8 @@ long Kovo_CloseStream(long lDeviceID) {
         KovoTrace("CloseStream[%d] stream id invalid\n", __LINE__);
         return -1;
     }
-    CDevice* dev = FindDeviceByDeviceID(lDeviceID);
+    DeviceHold hold(lDeviceID);
+    CDevice* dev = hold.get();
     if (!dev) {
         puts("tmpDev == NULL\r");
         return -1;
@@ -194,7 +198,8 @@ long Kovo_CloseStream(long lDeviceID) {
 }
 
 long Kovo_SetVideoWnd(long lDeviceID, unsigned long hWnd) {
-    CDevice* dev = FindDeviceByDeviceID(lDeviceID);
+    DeviceHold hold(lDeviceID);
+    CDevice* dev = hold.get();
     if (!dev) return -1;
     DeviceLock lock(dev->callLock);
     dev->VideoWnd = int(hWnd);
@@ -203,7 +208,8 @@ long Kovo_SetVideoWnd(long lDeviceID, unsigned long hWnd) {
 }
 
 static long setDecoding(long lStreamID, bool on) {
-    CDevice* dev = FindDeviceByDeviceID(lStreamID);
+    DeviceHold hold(lStreamID);
+    CDevice* dev = hold.get();
     if (!dev) return -1;
     DeviceLock lock(dev->callLock);
     if (!dev->m_pVideoControl) {
