@@ -20,9 +20,10 @@ if command -v clang++ >/dev/null 2>&1 && ls fuzz/*.cpp >/dev/null 2>&1; then
   echo "== fuzzing (bounded) =="
   CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=Debug -DKOVO_SANITIZE=ON \
     -DKOVO_BUILD_FUZZ=ON -DKOVO_BUILD_TESTS=OFF -DKOVO_BUILD_BENCH=OFF >/dev/null
-  cmake --build build-fuzz -j"$jobs"
-  for target in build-fuzz/fuzz/fuzz_*; do
-    [ -x "$target" ] || continue
+  targets=$(for f in fuzz/*.cpp; do basename "$f" .cpp; done)
+  cmake --build build-fuzz -j"$jobs" --target $targets
+  for name in $targets; do
+    target=build-fuzz/fuzz/$name
     echo "-- $(basename "$target")"
     # close_fd_mask=1 keeps the library's traces of dropped input off the log.
     "$target" -max_total_time="${KOVO_FUZZ_SECONDS:-60}" -rss_limit_mb=2048 -close_fd_mask=1 2>&1 | tail -n 3
