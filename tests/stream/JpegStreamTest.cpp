@@ -69,7 +69,7 @@ struct Received {
     }
 };
 
-class MediaStream : public ::testing::Test {
+class MediaStream : public ::testing::TestWithParam<bool> {
 protected:
     void open(bool withAudio) {
         videoChannel = withAudio ? 2 : 0;
@@ -122,71 +122,36 @@ protected:
     uint16_t seq = 1;
 };
 
-// Every received JPEG decodes to its source picture.
-void expectPictures(const TempDir& dir, const std::vector<std::string>& clip, const std::vector<std::string>& jpegs) {
-    ASSERT_EQ(jpegs.size(), clip.size());
-    for (size_t i = 0; i < clip.size(); ++i) {
-        const std::string expected = decodeJpeg(dir, clip[i], "source");
-        ASSERT_FALSE(expected.empty());
-        EXPECT_TRUE(decodeJpeg(dir, jpegs[i], "received") == expected)
-            << "frame " << i << " of " << jpegs[i].size() << " bytes does not decode to its source";
-    }
-}
-
-std::vector<std::string> packetsOf(const std::string& jpeg, uint16_t* seq, uint32_t timestamp) {
-    JpegPicture picture;
-    if (!parseJpeg(jpeg, &picture).empty()) return {};
-    return packetiseJpeg(picture, seq, timestamp, 1400);
-}
-
-bool haveMediaTools() { return haveTool("ffmpeg") && haveTool("djpeg"); }
-
-TEST_F(MediaStream, MjpegClipArrivesAsDecodableFiles) {
-    if (!haveMediaTools()) GTEST_SKIP() << "ffmpeg and djpeg are needed for the real-media check";
+// A Motion-JPEG clip alone on channel 0, or with an AAC track (audio on 0, video on 2):
+// every JPEG and the whole ADTS stream decode to exactly the source media.
+TEST_P(MediaStream, DeliveredMediaDecodeToTheSource) {
+    if (!haveTool("ffmpeg") || !haveTool("djpeg")) GTEST_SKIP() << "ffmpeg and djpeg are needed";
+    const bool withAudio = GetParam();
     TempDir dir;
-    const auto clip = makeJpegClip(dir, 8);
-    ASSERT_EQ(clip.size(), 8u);
+    const auto clip = makeJpegClip(dir, withAudio ? 10 : 8);
+    const std::string track = withAudio ? makeAacTrack(dir, 1) : "";
+    const auto units = splitAdts(track);
+    ASSERT_EQ(clip.size(), withAudio ? 10u : 8u);
+    ASSERT_TRUE(!withAudio || units.size() > 20u);
     JpegAssembler::setFirstFrameDropped(false);
     {
         test::StdoutCapture traces;
-        open(false);
+        open(withAudio);
         if (HasFatalFailure()) return;
         EXPECT_NE(traces.text().find("printf drain first frame "), std::string::npos);
     }
 
-    for (size_t i = 0; i < clip.size(); ++i) {
-        std::string bytes;
-        const auto packets = packetsOf(clip[i], &seq, 9000 * i);
-        ASSERT_FALSE(packets.empty());
-        for (const std::string& packet : packets) bytes += test::interleave(0, packet);
-        ASSERT_TRUE(cam.send(connection, bytes));
-    }
-    EXPECT_TRUE(got.waitFor([&](Received& r) { return r.jpegs.size() >= clip.size(); }));
-    std::lock_guard<std::mutex> lock(got.mutex);
-    EXPECT_FALSE(got.wrongArguments);
-    EXPECT_EQ(got.rawFrames, 0);
-    expectPictures(dir, clip, got.jpegs);
-}
-
-TEST_F(MediaStream, AudioAndVideoInterleavedOnTheirChannels) {
-    if (!haveMediaTools()) GTEST_SKIP() << "ffmpeg and djpeg are needed for the real-media check";
-    TempDir dir;
-    const auto clip = makeJpegClip(dir, 10);
-    const std::string track = makeAacTrack(dir, 1);
-    const auto units = splitAdts(track);
-    ASSERT_EQ(clip.size(), 10u);
-    ASSERT_GT(units.size(), 20u);
-    open(true);
-    if (HasFatalFailure()) return;
-
     // Audio units and video fragments alternate on the wire, as a camera sends them.
     std::vector<std::string> videoPackets;
-    for (size_t i = 0; i < clip.size(); ++i)
-        for (const std::string& packet : packetsOf(clip[i], &seq, 9000 * i)) videoPackets.push_back(packet);
+    for (size_t i = 0; i < clip.size(); ++i) {
+        JpegPicture picture;
+        ASSERT_EQ(parseJpeg(clip[i], &picture), "");
+        for (std::string& packet : packetiseJpeg(picture, &seq, 9000 * i, 1400)) videoPackets.push_back(packet);
+    }
     std::string bytes;
     for (size_t v = 0, a = 0; v < videoPackets.size() || a < units.size();) {
         if (a < units.size()) bytes += test::interleave(0, aacPacket(units[a], seq++, 1024 * a)), ++a;
-        if (v < videoPackets.size()) bytes += test::interleave(2, videoPackets[v++]);
+        if (v < videoPackets.size()) bytes += test::interleave(videoChannel, videoPackets[v++]);
         if (bytes.size() > 20000) {
             ASSERT_TRUE(cam.send(connection, bytes));
             bytes.clear();
@@ -199,7 +164,13 @@ TEST_F(MediaStream, AudioAndVideoInterleavedOnTheirChannels) {
     std::lock_guard<std::mutex> lock(got.mutex);
     EXPECT_FALSE(got.wrongArguments);
     EXPECT_EQ(got.rawFrames, 0);
-    expectPictures(dir, clip, got.jpegs);
+    ASSERT_EQ(got.jpegs.size(), clip.size());
+    for (size_t i = 0; i < clip.size(); ++i) {
+        const std::string expected = decodeJpeg(dir, clip[i], "source");
+        ASSERT_FALSE(expected.empty());
+        EXPECT_TRUE(decodeJpeg(dir, got.jpegs[i], "received") == expected) << "frame " << i << " differs";
+    }
+    if (!withAudio) return;
     std::string adts;
     for (const std::string& frame : got.audio) adts += frame;
     EXPECT_EQ(splitAdts(adts), units);
@@ -207,6 +178,9 @@ TEST_F(MediaStream, AudioAndVideoInterleavedOnTheirChannels) {
     ASSERT_FALSE(expected.empty());
     EXPECT_TRUE(decodeAac(dir, adts, "received") == expected) << "decoded audio differs";
 }
+
+INSTANTIATE_TEST_SUITE_P(, MediaStream, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "WithAudio" : "VideoOnly"; });
 
 }  // namespace
 }  // namespace kovo

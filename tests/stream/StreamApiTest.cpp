@@ -1,5 +1,4 @@
 #include <dirent.h>
-#include <unistd.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -30,12 +29,30 @@ int threadCount() {
     return n;
 }
 
+bool waitForThreads(int expected) {
+    for (int i = 0; i < 200 && threadCount() != expected; ++i) std::this_thread::sleep_for(10ms);
+    return threadCount() == expected;
+}
+
+std::string nal(uint8_t channel, bool marker, uint16_t seq, uint8_t header, const std::string& body) {
+    return interleave(channel, rtpPacket(96, marker, seq, 0, std::string(1, char(header)) + body));
+}
+
+// `count` key frames (SPS, then IDR with the marker) on one channel.
+std::string keyFrames(int count, uint8_t channel = 0, size_t idrSize = 3) {
+    std::string batch;
+    for (uint16_t i = 0; i < count; ++i)
+        batch += nal(channel, false, i, 0x67, "sps") + nal(channel, true, i, 0x65, std::string(idrSize, 'i'));
+    return batch;
+}
+
 class StreamApi : public ::testing::Test {
 protected:
     FakeCamera cam;
     long id = -1;
 
-    void login() {
+    void login(const SdpOptions& sdp = {}) {
+        cam.onMethod("DESCRIBE", describeReply(sdp));
         StdoutCapture quiet;
         id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
         ASSERT_GT(id, 0);
@@ -43,6 +60,10 @@ protected:
     long open(int connectType = CONNECT_TYPE_TCP) {
         StdoutCapture quiet;
         return Kovo_OpenStream(id, 0, 0, 0, connectType, 0);
+    }
+    void closeQuietly() {
+        StdoutCapture quiet;
+        Kovo_CloseStream(id);
     }
     void TearDown() override {
         StdoutCapture quiet;
@@ -96,8 +117,7 @@ TEST_F(StreamApi, CallsWithoutDeviceOrStream) {
 }
 
 TEST_F(StreamApi, TcpOpenSendsDescribeSetupAndPlay) {
-    cam.onMethod("DESCRIBE", describeReply({.audio = true}));
-    login();
+    login({.audio = true});
     cam.clearRequests();
     StdoutCapture out;
     ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
@@ -116,11 +136,10 @@ TEST_F(StreamApi, TcpOpenSendsDescribeSetupAndPlay) {
     EXPECT_EQ(requests[3].method, "PLAY");
     EXPECT_EQ(requests[3].url, "trackID=1");
     EXPECT_TRUE(requests[3].hasLine("Range: npt=0.000-"));
-    EXPECT_NE(text.find("320 x 240 "), std::string::npos) << text;
-    EXPECT_NE(text.find("tmpDev->framerate=25\r\n"), std::string::npos) << text;
-    EXPECT_NE(text.find("videomrl=trackID=1\r\n"), std::string::npos);
-    EXPECT_NE(text.find("audiomrl=trackID=2\n"), std::string::npos);
-    EXPECT_NE(text.find("OpenStream Successfully:id=" + std::to_string(id) + " \r\n"), std::string::npos);
+    for (const std::string& trace : {std::string("320 x 240 "), std::string("tmpDev->framerate=25\r\n"),
+                                     std::string("videomrl=trackID=1\r\n"), std::string("audiomrl=trackID=2\n"),
+                                     "OpenStream Successfully:id=" + std::to_string(id) + " \r\n"})
+        EXPECT_NE(text.find(trace), std::string::npos) << trace << " in " << text;
 
     CDevice* dev = FindDeviceByDeviceID(id);
     ASSERT_NE(dev, nullptr);
@@ -133,7 +152,6 @@ TEST_F(StreamApi, TcpOpenSendsDescribeSetupAndPlay) {
 }
 
 TEST_F(StreamApi, UdpOpenSucceedsWithoutSetupOrController) {
-    cam.onMethod("DESCRIBE", describeReply());
     login();
     cam.clearRequests();
     EXPECT_EQ(open(CONNECT_TYPE_UDP), 0);
@@ -146,8 +164,7 @@ TEST_F(StreamApi, UdpOpenSucceedsWithoutSetupOrController) {
 
 TEST_F(StreamApi, MissingSdpAttributesFailAfterDescribe) {
     for (SdpOptions sdp : {SdpOptions{.dimensions = false}, SdpOptions{.frameRate = false}}) {
-        cam.onMethod("DESCRIBE", describeReply(sdp));
-        login();
+        login(sdp);
         EXPECT_EQ(open(), -1);
         EXPECT_NE(FindDeviceByDeviceID(id), nullptr);
         TearDown();
@@ -161,8 +178,8 @@ TEST_F(StreamApi, FailedDescribeOrMissingVideoRemovesTheDevice) {
         {describeReply({.video = false}), -122, "OpenStream[N] get video mrl failed.\n"},
     };
     for (const Case& c : cases) {
-        cam.onMethod("DESCRIBE", c.reply);
         login();
+        cam.onMethod("DESCRIBE", c.reply);
         const int before = cam.openConnections();
         StdoutCapture out;
         EXPECT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), c.code);
@@ -176,9 +193,8 @@ TEST_F(StreamApi, FailedDescribeOrMissingVideoRemovesTheDevice) {
 }
 
 TEST_F(StreamApi, FailedPlayReturnsItsCode) {
-    cam.onMethod("DESCRIBE", describeReply());
-    cam.onMethod("PLAY", Reply::status_(454, "Session Not Found"));
     login();
+    cam.onMethod("PLAY", Reply::status_(454, "Session Not Found"));
     StdoutCapture out;
     EXPECT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), -123);
     EXPECT_NE(withoutSiteNumbers(out.text()).find(
@@ -188,8 +204,7 @@ TEST_F(StreamApi, FailedPlayReturnsItsCode) {
 }
 
 TEST_F(StreamApi, CloseSendsPauseAndStopsTheThreads) {
-    cam.onMethod("DESCRIBE", describeReply({.audio = true}));
-    login();
+    login({.audio = true});
     const int baseline = threadCount();
     ASSERT_EQ(open(), 0);
     EXPECT_EQ(threadCount(), baseline + 2);
@@ -208,20 +223,17 @@ TEST_F(StreamApi, CloseSendsPauseAndStopsTheThreads) {
 }
 
 TEST_F(StreamApi, OpeningTwiceReplacesTheFirstController) {
-    cam.onMethod("DESCRIBE", describeReply());
     login();
     const int baseline = threadCount();
     ASSERT_EQ(open(), 0);
     ASSERT_EQ(open(), 0);
     EXPECT_EQ(threadCount(), baseline + 2);
-    StdoutCapture quiet;
-    Kovo_CloseStream(id);
+    closeQuietly();
     EXPECT_EQ(threadCount(), baseline);
 }
 
 TEST_F(StreamApi, CloseWhileFramesArriveOrAfterAResetReturnsPromptly) {
     for (bool reset : {false, true}) {
-        cam.onMethod("DESCRIBE", describeReply());
         login();
         ASSERT_EQ(open(), 0);
         FrameSink sink;
@@ -229,9 +241,8 @@ TEST_F(StreamApi, CloseWhileFramesArriveOrAfterAResetReturnsPromptly) {
         const int conn = streamConnection(cam);
         std::atomic<bool> sending{true};
         std::thread sender([&] {
-            std::string packet = interleave(0, rtpPacket(96, true, 1, 0, std::string("\x67", 1) + "sps"));
-            packet += interleave(0, rtpPacket(96, true, 2, 0, std::string("\x65", 1) + std::string(1000, 'i')));
-            while (sending && cam.send(conn, packet)) {
+            const std::string packets = keyFrames(1, 0, 1000);
+            while (sending && cam.send(conn, packets)) {
             }
         });
         if (reset) {
@@ -257,48 +268,24 @@ TEST_F(StreamApi, CloseWhileFramesArriveOrAfterAResetReturnsPromptly) {
     }
 }
 
-}  // namespace
-
-namespace {
-
-std::string aacPacket(uint16_t seq, const std::string& au) {
-    std::string payload = std::string("\x00\x10", 2);
-    const uint16_t header = uint16_t(au.size() << 3);
-    payload += char(header >> 8);
-    payload += char(header & 0xFF);
-    return rtpPacket(97, true, seq, 0, payload + au);
-}
-
 TEST_F(StreamApi, WithAudioVideoAndAudioReachTheirCallbacks) {
-    cam.onMethod("DESCRIBE", describeReply({.audio = true}));
-    login();
+    login({.audio = true});
     ASSERT_EQ(open(), 0);
     FrameSink video, audio;
     ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, FrameSink::onRealData, video.user()), 0);
     ASSERT_EQ(Kovo_SetAudioCallBack(id, FrameSink::onMedia, audio.user()), 0);
-    const std::string au(300, 'a');
+    // One AU-header (AU-headers-length 16) announcing 3 bytes.
+    const std::string aac = rtpPacket(97, true, 0, 0, std::string("\x00\x10\x00\x18" "aac", 7));
     std::string batch;
-    for (uint16_t i = 0; i < 20; ++i) {
-        batch += interleave(2, rtpPacket(96, true, i, 0, std::string("\x67", 1) + "sps"));
-        batch += interleave(2, rtpPacket(96, true, i, 0, std::string("\x65", 1) + "idr"));
-        batch += interleave(0, aacPacket(i, au));
-    }
+    for (int i = 0; i < 20; ++i) batch += keyFrames(1, 2) + interleave(0, aac);
     ASSERT_TRUE(cam.send(streamConnection(cam), batch));
     ASSERT_TRUE(video.waitFor(5));
     ASSERT_TRUE(audio.waitFor(5));
-    const auto frame = audio.frames()[0];
-    EXPECT_EQ(frame.dataType, AACDATA_TYPE);
-    ASSERT_EQ(frame.bytes.size(), 307u);
-    EXPECT_EQ(frame.bytes.substr(0, 7), std::string("\xFF\xF1\x4C\x80\x26\x7F\xFC", 7));
-    EXPECT_EQ(frame.bytes.substr(7), au);
-    EXPECT_EQ(video.frames()[0].bytes, std::string("\0\0\0\1\x67sps\0\0\0\1\x65idr", 16));
-    StdoutCapture quiet;
-    Kovo_CloseStream(id);  // before the sinks go away
+    closeQuietly();  // before the sinks go away
+    EXPECT_EQ(audio.frames()[0].dataType, AACDATA_TYPE);
+    EXPECT_EQ(audio.frames()[0].bytes.substr(7), "aac");
+    EXPECT_EQ(video.frames()[0].bytes, std::string("\0\0\0\1\x67sps\0\0\0\1\x65iii", 16));
 }
-
-}  // namespace
-
-namespace {
 
 std::atomic<long> g_closeFromCallbackId{0};
 std::atomic<int> g_closeFromCallbackResult{1};
@@ -309,86 +296,32 @@ void closeFromCallback(DATA_TYPE_E, FRAME_TYPE_E, unsigned char*, unsigned long,
 }
 
 TEST_F(StreamApi, ClosingFromTheFrameCallbackIsSafe) {
-    cam.onMethod("DESCRIBE", describeReply());
     login();
     const int baseline = threadCount();
     ASSERT_EQ(open(), 0);
     g_closeFromCallbackId = id;
     ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, closeFromCallback, 0), 0);
-    std::string batch;
-    for (uint16_t i = 0; i < 10; ++i) {
-        batch += interleave(0, rtpPacket(96, false, i, 0, std::string("\x67", 1) + "sps"));
-        batch += interleave(0, rtpPacket(96, true, i, 0, std::string("\x65", 1) + "idr"));
-    }
     StdoutCapture quiet;
-    ASSERT_TRUE(cam.send(streamConnection(cam), batch));
-    for (int i = 0; i < 200 && (g_closeFromCallbackResult == 1 || threadCount() != baseline); ++i)
-        std::this_thread::sleep_for(10ms);
+    ASSERT_TRUE(cam.send(streamConnection(cam), keyFrames(10)));
+    for (int i = 0; i < 200 && g_closeFromCallbackResult == 1; ++i) std::this_thread::sleep_for(10ms);
     EXPECT_EQ(g_closeFromCallbackResult, 0);
-    EXPECT_EQ(threadCount(), baseline);
+    EXPECT_TRUE(waitForThreads(baseline));
     EXPECT_EQ(FindDeviceByDeviceID(id)->m_pVideoControl, nullptr);
 }
 
-}  // namespace
-
-namespace {
-
-// One RFC 2435 packet holding a whole (tiny) picture: type 1, Q 50, 320x240.
-std::string jpegPacket(uint16_t seq) {
-    std::string header("\x00\x00\x00\x00\x01\x32\x28\x1E", 8);
-    return rtpPacket(26, true, seq, seq * 3000u, header + std::string(64, '\x11'));
-}
-
-TEST_F(StreamApi, MjpegStreamsDeliverThroughTheJpegCallbackOnly) {
-    cam.onMethod("DESCRIBE", describeReply());
-    login();
-    CDevice* dev = FindDeviceByDeviceID(id);
-    snprintf(dev->stream.mrl, sizeof dev->stream.mrl, "rtsp://127.0.0.1/MJPEG");
-    ASSERT_EQ(open(), 0);
-    FrameSink jpeg, raw;
-    ASSERT_EQ(Kovo_SetMJPEGCallBack(id, FrameSink::onMedia, jpeg.user()), 0);
-    ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, FrameSink::onRealData, raw.user()), 0);
-    std::string batch;
-    for (uint16_t i = 0; i < 6; ++i) batch += interleave(0, jpegPacket(i));
-    StdoutCapture quiet;
-    ASSERT_TRUE(cam.send(streamConnection(cam), batch));
-    ASSERT_TRUE(jpeg.waitFor(2));
-    Kovo_CloseStream(id);
-    const auto frame = jpeg.frames()[0];
-    EXPECT_EQ(frame.dataType, MJPEGDATA_TYPE);
-    EXPECT_EQ(frame.bytes.substr(0, 2), "\xFF\xD8");
-    EXPECT_EQ(frame.bytes.substr(frame.bytes.size() - 2), "\xFF\xD9");
-    EXPECT_TRUE(raw.frames().empty());
-}
-
-}  // namespace
-
-namespace {
-
 TEST_F(StreamApi, LogoutWhileStreamingStopsTheStream) {
-    cam.onMethod("DESCRIBE", describeReply());
     login();
     const int baseline = threadCount();
     ASSERT_EQ(open(), 0);
     FrameSink sink;
     ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, FrameSink::onRealData, sink.user()), 0);
-    std::string batch;
-    for (uint16_t i = 0; i < 10; ++i) {
-        batch += interleave(0, rtpPacket(96, false, i, 0, std::string("\x67", 1) + "sps"));
-        batch += interleave(0, rtpPacket(96, true, i, 0, std::string("\x65", 1) + "idr"));
-    }
-    ASSERT_TRUE(cam.send(streamConnection(cam), batch));
+    ASSERT_TRUE(cam.send(streamConnection(cam), keyFrames(10)));
     ASSERT_TRUE(sink.waitFor(3));
     StdoutCapture quiet;
     EXPECT_EQ(Kovo_Logout(id), 0);
-    // Logout closes both connections, so the camera's two connection threads
-    // end as well; only then is the count comparable.
-    const int expected = baseline - 2;
-    for (int i = 0; i < 200 && threadCount() != expected; ++i) usleep(10 * 1000);
-    const int after = threadCount();
+    // Logout closes both connections, so the camera's two connection threads end as well.
+    EXPECT_TRUE(waitForThreads(baseline - 2));
     EXPECT_EQ(Kovo_CloseStream(id), -1);
-    quiet.text();
-    EXPECT_EQ(after, expected);
 }
 
 }  // namespace
