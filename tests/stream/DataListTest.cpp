@@ -26,6 +26,9 @@ TEST(DataList, NetworkQueueIsFifoAndDoesNotBlockWhenEmpty) {
     EXPECT_EQ(list.GetNetworkData(), nullptr);
     delete one;
     delete two;
+    // Whatever is still queued is freed with the list (the sanitizer build reports leaks).
+    list.PutNetworkData(b, 6);
+    list.PutFrame(b, 6, 0, CODEC_ID_H264);
 }
 
 TEST(DataList, FrameQueueHoldsAt201Entries) {
@@ -55,44 +58,25 @@ TEST(DataList, GetFrameReportsTheCountBeforeRemoval) {
     EXPECT_EQ(count, 0);
 }
 
-TEST(DataList, DestructorFreesWhateverIsQueued) {
-    // Leaks would be reported by the sanitizer build.
-    auto* list = new CDataList;
-    char data[64] = {};
-    for (int i = 0; i < 10; ++i) {
-        list->PutNetworkData(data, sizeof data);
-        list->PutFrame(data, sizeof data, 0, CODEC_ID_H264);
-    }
-    delete list;
-}
-
-TEST(DataList, WaitReturnsAsSoonAsDataArrives) {
-    CDataList list;
-    auto start = std::chrono::steady_clock::now();
-    std::thread producer([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        char data[] = "x";
-        list.PutNetworkData(data, 1);
-    });
-    CNetworkData* item = nullptr;
-    while (!item) item = list.WaitNetworkData(1000);
-    auto waited = std::chrono::steady_clock::now() - start;
-    producer.join();
-    EXPECT_LT(waited, std::chrono::milliseconds(500));
-    delete item;
-}
-
-TEST(DataList, WaitTimesOutOrIsWokenWhenEmpty) {
+TEST(DataList, WaitEndsWhenDataArrivesOrOnWakeOrTimeout) {
     CDataList list;
     EXPECT_EQ(list.WaitNetworkData(5), nullptr);
-    std::thread waker([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        list.WakeNetworkWaiters();
-    });
-    auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(list.WaitNetworkData(5000), nullptr);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
-    waker.join();
+    for (bool withData : {true, false}) {
+        std::thread producer([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            char data[] = "x";
+            if (withData)
+                list.PutNetworkData(data, 1);
+            else
+                list.WakeNetworkWaiters();
+        });
+        const auto start = std::chrono::steady_clock::now();
+        CNetworkData* item = list.WaitNetworkData(5000);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2000));
+        EXPECT_EQ(item != nullptr, withData);
+        delete item;
+        producer.join();
+    }
 }
 
 TEST(DataList, ZeroLengthChunkEndsTheProcess) {

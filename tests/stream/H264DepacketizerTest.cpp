@@ -14,9 +14,6 @@ const std::string kStart("\x00\x00\x00\x01", 4);
 
 std::string nal(uint8_t header, const std::string& body) { return std::string(1, char(header)) + body; }
 
-std::string fuA(uint8_t indicator, uint8_t fuHeader, const std::string& body) {
-    return std::string{char(indicator), char(fuHeader)} + body;
-}
 
 struct Assembler {
     H264Depacketizer depacketizer;
@@ -40,6 +37,9 @@ struct Assembler {
     }
     int pushNal(bool marker, const std::string& payload, uint32_t ts = 9000) {
         return push(rtpPacket(96, marker, 1, ts, payload));
+    }
+    int pushFuA(uint8_t indicator, uint8_t fuHeader, const std::string& body, bool marker = false) {
+        return pushNal(marker, std::string{char(indicator), char(fuHeader)} + body, 0);
     }
     std::string takeFrame() {
         std::string out(reinterpret_cast<char*>(frame->buffer), frame->off);
@@ -66,16 +66,16 @@ TEST(H264Depacketizer, FirstBoundaryOnlyArmsTheAssembler) {
 TEST(H264Depacketizer, FirstFragmentStartArmsAndClearsEarlierBytes) {
     Assembler a;
     a.pushNal(false, nal(0x41, "stale"));
-    EXPECT_EQ(a.push(rtpPacket(96, false, 1, 0, fuA(0x7C, 0x85, "AA"))), 0);
+    EXPECT_EQ(a.pushFuA(0x7C, 0x85, "AA"), 0);
     EXPECT_EQ(a.depacketizer.frameCheck(), 1);
-    EXPECT_EQ(a.push(rtpPacket(96, true, 2, 0, fuA(0x7C, 0x45, "BB"))), 1);
+    EXPECT_EQ(a.pushFuA(0x7C, 0x45, "BB", true), 1);
     EXPECT_EQ(a.takeFrame(), kStart + "\x65" "AABB");
 }
 
 TEST(H264Depacketizer, EndFragmentBeforeAnyBoundaryIsDropped) {
     Assembler a;
     StdoutCapture out;
-    EXPECT_EQ(a.push(rtpPacket(96, true, 1, 0, fuA(0x7C, 0x45, "tail"))), 0);
+    EXPECT_EQ(a.pushFuA(0x7C, 0x45, "tail", true), 0);
     EXPECT_EQ(out.text(), "evbuffer_drain(m_pVFrameEvbuffer\r\n");
     EXPECT_EQ(a.frame->off, 0u);
 }
@@ -100,15 +100,17 @@ TEST(H264Depacketizer, ParameterSetsNeverEndAFrame) {
     EXPECT_EQ(frame, kStart + nal(0x67, "p") + kStart + nal(0x68, "p") + kStart + nal(0x06, "p") +
                          kStart + nal(0x65, "idr"));
     EXPECT_TRUE(IsKeyFrameH264(frame[4]));
+    // Only that exact header byte counts, not an IDR or an SPS with another nal_ref_idc.
+    for (int c : {0x65, 0x27, 0x47, 0x68, 0x41, 0xE7}) EXPECT_FALSE(IsKeyFrameH264(char(c))) << c;
 }
 
 TEST(H264Depacketizer, FragmentsRebuildTheNalHeader) {
     Assembler a;
     a.arm();
     // Indicator: nal_ref_idc 2, type 28. FU header: start, type 5.
-    EXPECT_EQ(a.push(rtpPacket(96, false, 1, 0, fuA(0x5C, 0x85, "first"))), 0);
-    EXPECT_EQ(a.push(rtpPacket(96, false, 2, 0, fuA(0x5C, 0x05, "-middle-"))), 0);
-    EXPECT_EQ(a.push(rtpPacket(96, false, 3, 0, fuA(0x5C, 0x45, "last"))), 1);  // marker not needed
+    EXPECT_EQ(a.pushFuA(0x5C, 0x85, "first"), 0);
+    EXPECT_EQ(a.pushFuA(0x5C, 0x05, "-middle-"), 0);
+    EXPECT_EQ(a.pushFuA(0x5C, 0x45, "last"), 1);  // marker not needed
     EXPECT_EQ(a.nalType, 5);
     EXPECT_EQ(a.takeFrame(), kStart + "\x45" "first-middle-last");
     EXPECT_EQ(a.recv->off, 0u);
@@ -174,7 +176,7 @@ TEST(H264Depacketizer, PacketLeftFromAnEarlierCallIsAppendedByTheNextFragment) {
     a.arm();
     // Two packets queued before the assembler runs once: the fragment at the
     // front takes the packet behind it into the frame as it is.
-    const std::string fragment = rtpPacket(96, false, 1, 0, fuA(0x7C, 0x85, "F"));
+    const std::string fragment = rtpPacket(96, false, 1, 0, std::string("\x7C\x85" "F"));
     uint32_t length = uint32_t(fragment.size());
     evbuffer_addx(a.recv, &length, 4, 0);
     evbuffer_addx(a.recv, fragment.data(), fragment.size(), 0);
@@ -184,11 +186,6 @@ TEST(H264Depacketizer, PacketLeftFromAnEarlierCallIsAppendedByTheNextFragment) {
     uint32_t singleLength = uint32_t(single.size());
     EXPECT_EQ(a.takeFrame(), kStart + "\x65" "F" +
                                  std::string(reinterpret_cast<char*>(&singleLength), 4) + single);
-}
-
-TEST(H264Depacketizer, KeyFrameIsOnlyASequenceParameterSetHeader) {
-    EXPECT_TRUE(IsKeyFrameH264(0x67));
-    for (int c : {0x65, 0x27, 0x47, 0x68, 0x41, 0x00, 0xE7}) EXPECT_FALSE(IsKeyFrameH264(char(c))) << c;
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/FakeCamera.h"
@@ -136,6 +137,22 @@ inline std::vector<std::string> packetiseJpeg(const JpegPicture& pic, uint16_t* 
         packets.push_back(rtpPacket(26, last, (*seq)++, timestamp, payload));
     }
     return packets;
+}
+
+// Marker segments of a JPEG file up to SOS: SOI with an empty body, then each body after its length.
+inline std::vector<std::pair<int, std::string>> jpegSegments(const std::string& file) {
+    std::vector<std::pair<int, std::string>> out;
+    auto u8 = [&](size_t i) { return static_cast<unsigned char>(file[i]); };
+    if (file.size() < 2 || u8(0) != 0xFF || u8(1) != 0xD8) return out;
+    out.emplace_back(0xD8, "");
+    for (size_t i = 2; i + 4 <= file.size() && u8(i) == 0xFF;) {
+        const size_t length = u8(i + 2) << 8 | u8(i + 3);
+        if (length < 2 || i + 2 + length > file.size()) break;
+        out.emplace_back(u8(i + 1), file.substr(i + 4, length - 2));
+        if (u8(i + 1) == 0xDA) break;
+        i += 2 + length;
+    }
+    return out;
 }
 
 // Access units of an ADTS stream (headers stripped); empty when the stream is malformed.

@@ -2,40 +2,20 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "stream/JpegAssembler.h"
 #include "stream/JpegHeaders.h"
-#include "support/FakeCamera.h"
+#include "JpegAacTestMedia.h"
 
 namespace kovo {
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using test::media::jpegSegments;
+using Segments = std::vector<std::pair<int, std::string>>;
 
-struct Segment {
-    int marker;
-    Bytes body;  // after the length field
-};
-
-// Splits JPEG headers into marker segments (SOI first, SOS last).
-std::vector<Segment> segments(const std::string& jpeg) {
-    const auto* p = reinterpret_cast<const unsigned char*>(jpeg.data());
-    std::vector<Segment> out;
-    size_t i = 0;
-    if (jpeg.size() >= 2 && p[0] == 0xFF && p[1] == 0xD8) {
-        out.push_back({0xD8, {}});
-        i = 2;
-    }
-    while (i + 4 <= jpeg.size() && p[i] == 0xFF) {
-        const size_t length = p[i + 2] << 8 | p[i + 3];
-        if (length < 2 || i + 2 + length > jpeg.size()) break;
-        out.push_back({p[i + 1], Bytes(p + i + 4, p + i + 2 + length)});
-        if (p[i + 1] == 0xDA) break;
-        i += 2 + length;
-    }
-    return out;
-}
+std::string bytes(const unsigned char* p, size_t n) { return std::string(reinterpret_cast<const char*>(p), n); }
 
 std::string headers(int type, int q, int w, int h, unsigned short dri = 0) {
     unsigned char lqt[64], cqt[64], out[kJpegHeaderScratch];
@@ -43,9 +23,9 @@ std::string headers(int type, int q, int w, int h, unsigned short dri = 0) {
     return std::string(reinterpret_cast<char*>(out), MakeHeaders(out, type, w, h, lqt, cqt, dri));
 }
 
-const Segment* find(const std::vector<Segment>& segs, int marker) {
-    for (const Segment& s : segs)
-        if (s.marker == marker) return &s;
+const std::string* find(const Segments& segs, int marker) {
+    for (const auto& s : segs)
+        if (s.first == marker) return &s.second;
     return nullptr;
 }
 
@@ -73,9 +53,8 @@ TEST(JpegTables, QualityScalesAnnexKTables) {
     for (const Case& c : cases) {
         unsigned char lqt[64], cqt[64];
         MakeTables(c.q, lqt, cqt);
-        EXPECT_EQ(Bytes({lqt[0], lqt[63], cqt[0], cqt[63]}),
-                  Bytes({Bytes::value_type(c.lumaFirst), Bytes::value_type(c.lumaLast),
-                         Bytes::value_type(c.chromaFirst), Bytes::value_type(c.chromaLast)}))
+        EXPECT_EQ((std::vector<int>{lqt[0], lqt[63], cqt[0], cqt[63]}),
+                  (std::vector<int>{c.lumaFirst, c.lumaLast, c.chromaFirst, c.chromaLast}))
             << "q " << c.q;
     }
     unsigned char lqt[64], cqt[64];
@@ -85,48 +64,47 @@ TEST(JpegTables, QualityScalesAnnexKTables) {
 }
 
 TEST(JpegHeaders, SegmentOrderAndLengths) {
-    const auto segs = segments(headers(1, 50, 40, 30));
+    const auto segs = jpegSegments(headers(1, 50, 40, 30));
     std::vector<int> markers;
-    for (const Segment& s : segs) markers.push_back(s.marker);
+    for (const auto& s : segs) markers.push_back(s.first);
     EXPECT_EQ(markers, (std::vector<int>{0xD8, 0xC4, 0xC4, 0xC4, 0xC4, 0xDB, 0xDB, 0xC0, 0xDA}));
     const int dhtClassTable[] = {0x00, 0x01, 0x10, 0x11};
     const size_t dhtBody[] = {1 + 16 + 12, 1 + 16 + 12, 1 + 16 + 162, 1 + 16 + 162};
     for (int k = 0; k < 4; ++k) {
-        EXPECT_EQ(segs[1 + k].body.size(), dhtBody[k]);
-        EXPECT_EQ(segs[1 + k].body[0], dhtClassTable[k]);
+        EXPECT_EQ(segs[1 + k].second.size(), dhtBody[k]);
+        EXPECT_EQ(segs[1 + k].second[0], dhtClassTable[k]);
     }
-    EXPECT_EQ(segs[5].body.size(), 65u);
-    EXPECT_EQ(segs[5].body[0], 0);
-    EXPECT_EQ(segs[6].body[0], 1);
-    EXPECT_EQ(segs[8].body, (Bytes{0x03, 0x00, 0x00, 0x01, 0x11, 0x02, 0x11, 0x00, 0x3F, 0x00}));
+    EXPECT_EQ(segs[5].second.size(), 65u);
+    EXPECT_EQ(segs[5].second[0], 0);
+    EXPECT_EQ(segs[6].second[0], 1);
+    EXPECT_EQ(segs[8].second, std::string("\x03\x00\x00\x01\x11\x02\x11\x00\x3F\x00", 10));
 }
 
 TEST(JpegHeaders, RestartIntervalGivesDriSegment) {
-    const auto segs = segments(headers(65, 50, 40, 30, 4));
-    ASSERT_EQ(segs[7].marker, 0xDD);  // between the tables and the frame header
-    EXPECT_EQ(segs[7].body, (Bytes{0x00, 0x04}));
-    EXPECT_EQ(find(segs, 0xC0)->body[7], 0x22);
-    const auto withoutRestart = segments(headers(65, 50, 40, 30, 0));
+    const auto segs = jpegSegments(headers(65, 50, 40, 30, 4));
+    ASSERT_EQ(segs[7].first, 0xDD);  // between the tables and the frame header
+    EXPECT_EQ(segs[7].second, std::string("\x00\x04", 2));
+    EXPECT_EQ((*find(segs, 0xC0))[7], 0x22);
+    const auto withoutRestart = jpegSegments(headers(65, 50, 40, 30, 0));
     EXPECT_EQ(find(withoutRestart, 0xDD), nullptr);
 }
 
 TEST(JpegHeaders, FrameHeaderSizesAndSampling) {
-    struct Case { int type, width, height; Bytes size; unsigned char sampling; };
+    struct Case { int type, width, height; const char* size; char sampling; };
     const Case cases[] = {
-        {1, 80, 60, {0x01, 0xE0, 0x02, 0x80}, 0x22},
-        {0, 80, 60, {0x01, 0xE0, 0x02, 0x80}, 0x21},
-        {64, 1, 255, {0x07, 0xF8, 0x00, 0x08}, 0x21},
-        {69, 40, 30, {0x00, 0xF0, 0x01, 0x40}, 0x05},
-        {130, 40, 30, {0x00, 0xF0, 0x01, 0x40}, 0x82},
+        {1, 80, 60, "\x01\xE0\x02\x80", '\x22'},
+        {0, 80, 60, "\x01\xE0\x02\x80", '\x21'},
+        {64, 1, 255, "\x07\xF8\x00\x08", '\x21'},
+        {69, 40, 30, "\x00\xF0\x01\x40", '\x05'},
+        {130, 40, 30, "\x00\xF0\x01\x40", '\x82'},
     };
     for (const Case& c : cases) {
-        const auto segs = segments(headers(c.type, 50, c.width, c.height));
-        const Segment* sof = find(segs, 0xC0);
+        const auto segs = jpegSegments(headers(c.type, 50, c.width, c.height));
+        const std::string* sof = find(segs, 0xC0);
         ASSERT_NE(sof, nullptr);
-        Bytes expected{8};
-        expected.insert(expected.end(), c.size.begin(), c.size.end());
-        expected.insert(expected.end(), {3, 0, c.sampling, 0, 1, 0x11, 1, 2, 0x11, 1});
-        EXPECT_EQ(sof->body, expected) << "type " << c.type;
+        const std::string expected = "\x08" + std::string(c.size, 4) + "\x03" + std::string(1, '\0') + c.sampling +
+                                     std::string("\x00\x01\x11\x01\x02\x11\x01", 7);
+        EXPECT_EQ(*sof, expected) << "type " << c.type;
     }
 }
 
@@ -169,10 +147,10 @@ TEST_F(JpegAssemblerTest, InBandTablesReachTheDqtSegments) {
     push(jpegPayload(1, 255, 40, 30, "scan", std::string("\0\0\0\x80", 4) + tables), true);
     ASSERT_EQ(got.frames.size(), 1u);
     const std::string& f = got.frames[0];
-    const auto segs = segments(f);
-    ASSERT_EQ(segs[5].marker, 0xDB);
-    EXPECT_EQ(std::string(segs[5].body.begin() + 1, segs[5].body.end()), tables.substr(0, 64));
-    EXPECT_EQ(std::string(segs[6].body.begin() + 1, segs[6].body.end()), tables.substr(64));
+    const auto segs = jpegSegments(f);
+    ASSERT_EQ(segs[5].first, 0xDB);
+    EXPECT_EQ(segs[5].second, '\0' + tables.substr(0, 64));
+    EXPECT_EQ(segs[6].second, '\1' + tables.substr(64));
     EXPECT_EQ(f.substr(f.size() - 6), "scan\xFF\xD9");
 }
 
@@ -180,14 +158,9 @@ TEST_F(JpegAssemblerTest, TableLengthUsesOnlyItsLowByte) {
     // Length 0x0140: only 0x40 counts, 32 bytes per table; the rest keeps the standard values.
     push(jpegPayload(1, 200, 40, 30, "scan", std::string("\0\0\x01\x40", 4) + std::string(64, '\x07')), true);
     ASSERT_EQ(got.frames.size(), 1u);
-    const auto segs = segments(got.frames[0]);
-    Bytes luma(33, 0x07), chroma(33, 0x07);
-    luma[0] = 0;
-    chroma[0] = 1;
-    luma.insert(luma.end(), jpegLumaQuantizer + 32, jpegLumaQuantizer + 64);
-    chroma.insert(chroma.end(), jpegChromaQuantizer + 32, jpegChromaQuantizer + 64);
-    EXPECT_EQ(segs[5].body, luma);
-    EXPECT_EQ(segs[6].body, chroma);
+    const auto segs = jpegSegments(got.frames[0]);
+    EXPECT_EQ(segs[5].second, '\0' + std::string(32, '\x07') + bytes(jpegLumaQuantizer + 32, 32));
+    EXPECT_EQ(segs[6].second, '\1' + std::string(32, '\x07') + bytes(jpegChromaQuantizer + 32, 32));
 }
 
 TEST_F(JpegAssemblerTest, RestartHeaderIsSkippedOnlyInTheFirstPacket) {

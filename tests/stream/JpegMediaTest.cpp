@@ -83,19 +83,6 @@ TEST(JpegMedia, ReconstructedFramesDecodeToTheSourcePictures) {
     }
 }
 
-// Marker segment bodies (after the length) of a JPEG file, up to SOS.
-std::vector<std::pair<int, std::string>> segmentsOf(const std::string& file) {
-    std::vector<std::pair<int, std::string>> out;
-    for (size_t i = 2; i + 4 <= file.size() && static_cast<unsigned char>(file[i]) == 0xFF;) {
-        const int marker = static_cast<unsigned char>(file[i + 1]);
-        const size_t length = static_cast<unsigned char>(file[i + 2]) << 8 | static_cast<unsigned char>(file[i + 3]);
-        out.emplace_back(marker, file.substr(i + 4, length - 2));
-        if (marker == 0xDA) break;
-        i += 2 + length;
-    }
-    return out;
-}
-
 std::string bytes(const unsigned char* p, size_t n) { return std::string(reinterpret_cast<const char*>(p), n); }
 
 const int kZigzag[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
@@ -115,7 +102,7 @@ TEST(JpegMedia, StandardTablesMatchLibjpeg) {
         unsigned char lqt[64], cqt[64];
         MakeTables(q, lqt, cqt);
         std::string dqt, dht;
-        for (const auto& [marker, body] : segmentsOf(readFile(jpeg))) {
+        for (const auto& [marker, body] : jpegSegments(readFile(jpeg))) {
             if (marker == 0xDB) dqt += body;
             if (marker == 0xC4) dht += body;
         }

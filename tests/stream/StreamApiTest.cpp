@@ -34,15 +34,15 @@ bool waitForThreads(int expected) {
     return threadCount() == expected;
 }
 
-std::string nal(uint8_t channel, bool marker, uint16_t seq, uint8_t header, const std::string& body) {
-    return interleave(channel, rtpPacket(96, marker, seq, 0, std::string(1, char(header)) + body));
+std::string nal(bool marker, uint16_t seq, uint8_t header, const std::string& body) {
+    return interleave(0, rtpPacket(96, marker, seq, 0, std::string(1, char(header)) + body));
 }
 
-// `count` key frames (SPS, then IDR with the marker) on one channel.
-std::string keyFrames(int count, uint8_t channel = 0, size_t idrSize = 3) {
+// `count` key frames (SPS, then IDR with the marker) on channel 0.
+std::string keyFrames(int count, size_t idrSize = 3) {
     std::string batch;
     for (uint16_t i = 0; i < count; ++i)
-        batch += nal(channel, false, i, 0x67, "sps") + nal(channel, true, i, 0x65, std::string(idrSize, 'i'));
+        batch += nal(false, i, 0x67, "sps") + nal(true, i, 0x65, std::string(idrSize, 'i'));
     return batch;
 }
 
@@ -241,7 +241,7 @@ TEST_F(StreamApi, CloseWhileFramesArriveOrAfterAResetReturnsPromptly) {
         const int conn = streamConnection(cam);
         std::atomic<bool> sending{true};
         std::thread sender([&] {
-            const std::string packets = keyFrames(1, 0, 1000);
+            const std::string packets = keyFrames(1, 1000);
             while (sending && cam.send(conn, packets)) {
             }
         });
@@ -266,25 +266,6 @@ TEST_F(StreamApi, CloseWhileFramesArriveOrAfterAResetReturnsPromptly) {
         if (sender.joinable()) sender.join();
         TearDown();
     }
-}
-
-TEST_F(StreamApi, WithAudioVideoAndAudioReachTheirCallbacks) {
-    login({.audio = true});
-    ASSERT_EQ(open(), 0);
-    FrameSink video, audio;
-    ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, FrameSink::onRealData, video.user()), 0);
-    ASSERT_EQ(Kovo_SetAudioCallBack(id, FrameSink::onMedia, audio.user()), 0);
-    // One AU-header (AU-headers-length 16) announcing 3 bytes.
-    const std::string aac = rtpPacket(97, true, 0, 0, std::string("\x00\x10\x00\x18" "aac", 7));
-    std::string batch;
-    for (int i = 0; i < 20; ++i) batch += keyFrames(1, 2) + interleave(0, aac);
-    ASSERT_TRUE(cam.send(streamConnection(cam), batch));
-    ASSERT_TRUE(video.waitFor(5));
-    ASSERT_TRUE(audio.waitFor(5));
-    closeQuietly();  // before the sinks go away
-    EXPECT_EQ(audio.frames()[0].dataType, AACDATA_TYPE);
-    EXPECT_EQ(audio.frames()[0].bytes.substr(7), "aac");
-    EXPECT_EQ(video.frames()[0].bytes, std::string("\0\0\0\1\x67sps\0\0\0\1\x65iii", 16));
 }
 
 std::atomic<long> g_closeFromCallbackId{0};

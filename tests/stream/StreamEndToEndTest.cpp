@@ -2,46 +2,33 @@
 // units and FU-A, must come out of the callback as frames that decode to the
 // same pictures as the source.
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "JpegAacTestMedia.h"
 #include "StreamTestSupport.h"
 #include "sdk/KovoSDK.h"
 
 namespace {
 
 using namespace kovo::test;
+using namespace kovo::test::media;
 
 constexpr size_t kFragment = 1000;  // larger NAL units go as FU-A
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-std::string run(const std::string& command) {
-    std::string out;
-    if (FILE* pipe = popen(command.c_str(), "r")) {
-        char buf[4096];
-        size_t n;
-        while ((n = fread(buf, 1, sizeof buf, pipe)) > 0) out.append(buf, n);
-        if (pclose(pipe) != 0) return "";
-    }
-    return out;
-}
 
 // Per-picture md5 of a decoded H.264 elementary stream.
 std::vector<std::string> frameMd5s(const std::string& path) {
     std::vector<std::string> hashes;
-    std::istringstream lines(run("ffmpeg -v error -f h264 -i '" + path + "' -f framemd5 - 2>/dev/null"));
+    std::string out;
+    if (FILE* pipe = popen(("ffmpeg -v error -f h264 -i '" + path + "' -f framemd5 - 2>/dev/null").c_str(), "r")) {
+        char buf[4096];
+        for (size_t n; (n = fread(buf, 1, sizeof buf, pipe)) > 0;) out.append(buf, n);
+        pclose(pipe);
+    }
+    std::istringstream lines(out);
     for (std::string line; std::getline(lines, line);) {
         if (line.empty() || line[0] == '#') continue;
         hashes.push_back(line.substr(line.rfind(',') + 1));
@@ -102,27 +89,19 @@ std::string packetise(const std::vector<std::string>& au, uint16_t& seq, uint32_
 
 class StreamEndToEnd : public ::testing::Test {
 protected:
-    std::string dir;
+    TempDir dir;
     void SetUp() override {
-        if (system("ffmpeg -hide_banner -version > /dev/null 2>&1") != 0)
-            GTEST_SKIP() << "ffmpeg is not installed; the end-to-end stream test needs it";
-        char tmpl[] = "/tmp/kovo-stream-XXXXXX";
-        ASSERT_NE(mkdtemp(tmpl), nullptr);
-        dir = tmpl;
-        const std::string encode =
-            "ffmpeg -v error -y -f lavfi -i testsrc=size=320x240:rate=25 -frames:v 30 -c:v libx264 "
-            "-bf 0 -g 10 -x264-params slices=1:repeat-headers=1 -f h264 '" + dir + "/source.h264' 2>/dev/null";
-        if (system(encode.c_str()) != 0) GTEST_SKIP() << "ffmpeg could not encode with libx264";
-    }
-    void TearDown() override {
-        if (!dir.empty()) system(("rm -rf '" + dir + "'").c_str());
+        if (!haveTool("ffmpeg")) GTEST_SKIP() << "ffmpeg is not installed; the end-to-end stream test needs it";
+        if (!run("ffmpeg -v error -y -f lavfi -i testsrc=size=320x240:rate=25 -frames:v 30 -c:v libx264 -bf 0 "
+                 "-g 10 -x264-params slices=1:repeat-headers=1 -f h264 '" + dir.file("source.h264") + "' 2>/dev/null"))
+            GTEST_SKIP() << "ffmpeg could not encode with libx264";
     }
 };
 
 TEST_F(StreamEndToEnd, DeliveredFramesDecodeToTheSourcePictures) {
-    const auto aus = accessUnits(splitNalUnits(readFile(dir + "/source.h264")));
+    const auto aus = accessUnits(splitNalUnits(readFile(dir.file("source.h264"))));
     ASSERT_EQ(aus.size(), 30u);
-    const auto sourceMd5 = frameMd5s(dir + "/source.h264");
+    const auto sourceMd5 = frameMd5s(dir.file("source.h264"));
     ASSERT_EQ(sourceMd5.size(), 30u);
 
     FakeCamera cam;
@@ -153,8 +132,8 @@ TEST_F(StreamEndToEnd, DeliveredFramesDecodeToTheSourcePictures) {
         EXPECT_EQ(frames[i].frameType, i % 10 == 0 ? I_FRAME : P_FRAME) << i;
         received += frames[i].bytes;
     }
-    std::ofstream(dir + "/received.h264", std::ios::binary) << received;
-    const auto receivedMd5 = frameMd5s(dir + "/received.h264");
+    writeFile(dir.file("received.h264"), received);
+    const auto receivedMd5 = frameMd5s(dir.file("received.h264"));
     EXPECT_EQ(receivedMd5, std::vector<std::string>(sourceMd5.begin() + 10, sourceMd5.end()));
 }
 

@@ -46,23 +46,18 @@ TEST(VideoControl, NothingIsDeliveredBeforeTheFirstSpsLedFrame) {
     EXPECT_EQ(c.sink.frames().size(), 3u);
 }
 
-TEST(VideoControl, OtherRegisteredDataTypesGetNoFrames) {
+TEST(VideoControl, NoFramesForOtherDataTypesOrWithoutConnectType) {
+    std::string keyFrames;
+    for (int i = 0; i < 4; ++i) keyFrames += nalPacket(false, 0x67) + nalPacket(true, 0x65);
     for (DATA_TYPE_E type : {MJPEGDATA_TYPE, NODATA_TYPE, YUVDATA_TYPE}) {
         Controller c(type);
-        std::string bytes;
-        for (int i = 0; i < 4; ++i) bytes += nalPacket(false, 0x67) + nalPacket(true, 0x65);
-        c.push(bytes);
+        c.push(keyFrames);
         EXPECT_TRUE(c.sink.frames().empty()) << type;
     }
-}
-
-TEST(VideoControl, NoConnectTypeMeansNoProcessing) {
     CVideoControl control(320, 240, 25);
     FrameSink sink;
     control.SetRealDataCallBack(H264DATA_TYPE, FrameSink::onRealData, sink.user());
-    std::string bytes;
-    for (int i = 0; i < 4; ++i) bytes += nalPacket(false, 0x67) + nalPacket(true, 0x65);
-    control.AssembleChunk(bytes.data(), uint32_t(bytes.size()));
+    control.AssembleChunk(keyFrames.data(), uint32_t(keyFrames.size()));
     EXPECT_TRUE(sink.frames().empty());
     EXPECT_EQ(control.StartProcessData(), 1);
 }
