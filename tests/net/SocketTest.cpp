@@ -31,25 +31,26 @@ bool eventually(const std::function<bool()>& condition) {
     return true;
 }
 
-int connectTo(uint16_t port) {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+sockaddr_in loopback(uint16_t port) {
     sockaddr_in addr{};
     addr.sin_family = AF_INET;
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     addr.sin_port = htons(port);
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) {
-        ::close(fd);
-        return -1;
-    }
-    return fd;
+    return addr;
 }
 
-// A plain listener on 127.0.0.1; port 0 binds any free port.
+int connectTo(uint16_t port) {
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr = loopback(port);
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) return fd;
+    ::close(fd);
+    return -1;
+}
+
+// A plain listener on a free loopback port.
 int listenOn(uint16_t& port) {
     int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in addr = loopback(0);
     socklen_t len = sizeof addr;
     ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
     ::listen(fd, 5);
@@ -58,16 +59,13 @@ int listenOn(uint16_t& port) {
     return fd;
 }
 
-// Reads until `size` bytes came or nothing more arrives within a second.
-std::string readBytes(int fd, size_t size) {
+// Reads until `size` bytes came or nothing more arrives within `ms`.
+std::string readBytes(int fd, size_t size, int ms = 1000) {
     std::string out;
     char buf[8192];
     pollfd p = {fd, POLLIN, 0};
-    while (out.size() < size && ::poll(&p, 1, 1000) > 0) {
-        ssize_t n = ::recv(fd, buf, sizeof buf, 0);
-        if (n <= 0) break;
-        out.append(buf, static_cast<size_t>(n));
-    }
+    for (ssize_t n = 1; n > 0 && out.size() < size && ::poll(&p, 1, ms) > 0;)
+        if ((n = ::recv(fd, buf, sizeof buf, 0)) > 0) out.append(buf, static_cast<size_t>(n));
     return out;
 }
 
@@ -90,46 +88,61 @@ std::string pattern(size_t size) {
 
 }  // namespace
 
-TEST(CSocket, SendTakesAtMostOnePacketOf4096Bytes) {
+TEST(CSocket, OutgoingSendTakesAtMostOnePacketOf4096BytesAndCloseEndsItsRead) {
     uint16_t port = 0;
     int listener = listenOn(port);
-    CSocket client(true);
-    int sock = client.OpenClient(kLoopback, port);
-    ASSERT_GE(sock, 0);
-    int peer = ::accept(listener, nullptr, nullptr);
-
-    EXPECT_FALSE(client.Send(sock, pattern(4097).data(), 4097));
-    EXPECT_TRUE(client.Send(sock, pattern(4096).data(), 4096));
-    EXPECT_EQ(readBytes(peer, 4096), pattern(4096));
-    pollfd p = {peer, POLLIN, 0};
-    EXPECT_EQ(::poll(&p, 1, 100), 0);  // the refused packet sent nothing
-    ::close(peer);
+    {
+        CSocket client(true);
+        int sock = client.OpenClient(kLoopback, port);
+        ASSERT_GE(sock, 0);
+        int peer = ::accept(listener, nullptr, nullptr);
+        EXPECT_FALSE(client.Send(sock, pattern(4097).data(), 4097));
+        EXPECT_TRUE(client.Send(sock, pattern(4096).data(), 4096));
+        EXPECT_EQ(readBytes(peer, 4096), pattern(4096));
+        EXPECT_EQ(readBytes(peer, 1, 100), "");  // the refused packet sent nothing
+        ASSERT_TRUE(client.Receive(sock));
+        EXPECT_TRUE(client.Close());
+        EXPECT_TRUE(client.m_mapServersList.empty());
+        EXPECT_TRUE(endOfStream(peer));
+        ::close(peer);
+    }
     ::close(listener);
+}
+
+TEST(CSocket, OpenClientToAClosedPortRecordsMinusOne) {
+    uint16_t port = 0;
+    ::close(listenOn(port));
+    CSocket client(true);
+    EXPECT_EQ(client.OpenClient(kLoopback, port), -1);
+    EXPECT_EQ(client.m_mapServersList.count(-1), 1u);
+    EXPECT_EQ(client.OpenClient(nullptr, port), -1);
 }
 
 TEST(CSocket, AcceptedConnectionGetsKeepAliveAndCanBeSentTo) {
     CSocket server(true);
     ASSERT_TRUE(server.OpenServer(0));
     EXPECT_FALSE(server.OpenServer(0));
+    CSocket second(true);
+    EXPECT_FALSE(second.OpenServer(server.m_nListenPort));  // port in use
+    EXPECT_EQ(second.m_nListenSocket, -1);
     int peer = connectTo(server.m_nListenPort);
     ASSERT_TRUE(eventually([&] { return server.GetConnectionsCount() == 1; }));
     int sock = onlyAccepted(server);
-
-    const std::vector<std::pair<std::pair<int, int>, int>> expected = {
-        {{SOL_SOCKET, SO_KEEPALIVE}, 1},
-        {{IPPROTO_TCP, TCP_KEEPIDLE}, 10},
-        {{IPPROTO_TCP, TCP_KEEPINTVL}, 2},
-        {{IPPROTO_TCP, TCP_KEEPCNT}, 3},
+    const struct {
+        int level, option, value;
+    } expected[] = {
+        {SOL_SOCKET, SO_KEEPALIVE, 1},
+        {IPPROTO_TCP, TCP_KEEPIDLE, 10},
+        {IPPROTO_TCP, TCP_KEEPINTVL, 2},
+        {IPPROTO_TCP, TCP_KEEPCNT, 3},
     };
-    for (const auto& [option, value] : expected) {
+    for (const auto& e : expected) {
         int actual = -1;
         socklen_t len = sizeof actual;
-        ASSERT_EQ(::getsockopt(sock, option.first, option.second, &actual, &len), 0);
-        EXPECT_EQ(actual, value) << option.second;
+        ASSERT_EQ(::getsockopt(sock, e.level, e.option, &actual, &len), 0);
+        EXPECT_EQ(actual, e.value) << e.option;
     }
-
-    // The connection's read is outstanding and the peer is silent: the data
-    // must still go out at once.
+    // A read is outstanding and the peer is silent: the data must still go out at once.
     EXPECT_TRUE(server.Send(sock, "hello", 5));
     EXPECT_EQ(readBytes(peer, 5), "hello");
     kovo::test::StdoutCapture capture;
@@ -140,18 +153,16 @@ TEST(CSocket, AcceptedConnectionGetsKeepAliveAndCanBeSentTo) {
 }
 
 TEST(CSocket, PeerLeavingIsReportedWithTheRemainingCount) {
-    struct Case {
-        const char* name;
+    const struct {
         bool reset;
         std::string trace;
-    };
-    const std::vector<Case> cases = {
-        {"normal", false, "Client close normal, current connetions:2\n"},
-        {"abnormal", true, "Connection reset by peer\nClient close abnormal,current connetions:2\n"},
+    } cases[] = {
+        {false, "Client close normal, current connetions:2\n"},
+        {true, "Connection reset by peer\nClient close abnormal,current connetions:2\n"},
     };
     static CDevice device;  // only its address is registered
-    for (const Case& tc : cases) {
-        SCOPED_TRACE(tc.name);
+    for (const auto& tc : cases) {
+        SCOPED_TRACE(tc.reset ? "abnormal" : "normal");
         kovo::test::StdoutCapture capture;
         auto server = std::make_unique<CSocket>(true);
         ASSERT_TRUE(server->OpenServer(0));
@@ -185,15 +196,6 @@ TEST(CSocket, PeerLeavingIsReportedWithTheRemainingCount) {
     }
 }
 
-TEST(CSocket, OpenClientToAClosedPortRecordsMinusOne) {
-    uint16_t port = 0;
-    ::close(listenOn(port));
-    CSocket client(true);
-    EXPECT_EQ(client.OpenClient(kLoopback, port), -1);
-    EXPECT_EQ(client.m_mapServersList.count(-1), 1u);
-    EXPECT_EQ(client.OpenClient(nullptr, port), -1);
-}
-
 TEST(CSocket, CloseLeavesAcceptedConnectionsToTheDestructor) {
     kovo::test::StdoutCapture capture;
     std::vector<int> peers;
@@ -217,29 +219,4 @@ TEST(CSocket, CloseLeavesAcceptedConnectionsToTheDestructor) {
         ::close(fd);
     }
     EXPECT_EQ(capture.text(), "");
-}
-
-TEST(CSocket, OpenServerOnAPortInUseFails) {
-    CSocket first(true);
-    ASSERT_TRUE(first.OpenServer(0));
-    CSocket second(true);
-    EXPECT_FALSE(second.OpenServer(first.m_nListenPort));
-    EXPECT_EQ(second.m_nListenSocket, -1);
-}
-
-TEST(CSocket, CloseEndsAReadArmedOnAnOutgoingConnection) {
-    uint16_t port = 0;
-    int listener = listenOn(port);
-    {
-        CSocket client(true);
-        int sock = client.OpenClient(kLoopback, port);
-        ASSERT_GE(sock, 0);
-        ASSERT_TRUE(client.Receive(sock));
-        EXPECT_TRUE(client.Close());
-        EXPECT_TRUE(client.m_mapServersList.empty());
-    }
-    int peer = ::accept(listener, nullptr, nullptr);
-    EXPECT_TRUE(endOfStream(peer));
-    ::close(peer);
-    ::close(listener);
 }

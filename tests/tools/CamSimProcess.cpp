@@ -1,11 +1,9 @@
 #include "CamSimProcess.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,11 +17,17 @@
 namespace kovo::test {
 namespace {
 
-unsigned short freePort() {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+sockaddr_in loopback(unsigned short port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    return address;
+}
+
+unsigned short freePort() {
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = loopback(0);
     socklen_t length = sizeof address;
     unsigned short port = 0;
     if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
@@ -33,28 +37,28 @@ unsigned short freePort() {
     return port;
 }
 
-bool accepts(unsigned short port) {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-    ::close(fd);
-    return ok;
+void killAndReap(pid_t& pid) {
+    ::kill(pid, SIGKILL);
+    ::waitpid(pid, nullptr, 0);
+    pid = -1;
 }
 
 }  // namespace
+
+int connectLoopback(unsigned short port) {
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = loopback(port);
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) return fd;
+    ::close(fd);
+    return -1;
+}
 
 std::string CamSimProcess::binaryPath() { return std::string(KOVO_BINARY_DIR) + "/tools/camsim/kovo-camsim"; }
 
 bool CamSimProcess::available() { return ::access(binaryPath().c_str(), X_OK) == 0; }
 
 CamSimProcess::~CamSimProcess() {
-    if (pid_ > 0) {
-        ::kill(pid_, SIGKILL);
-        ::waitpid(pid_, nullptr, 0);
-    }
+    if (pid_ > 0) killAndReap(pid_);
     if (!logPath_.empty()) ::unlink(logPath_.c_str());
 }
 
@@ -63,7 +67,7 @@ bool CamSimProcess::start(const std::vector<std::string>& extraArguments) {
     int logFd = ::mkstemp(logTemplate);
     if (logFd < 0) return false;
     logPath_ = logTemplate;
-    for (int attempt = 0; attempt < 3; ++attempt) {
+    for (int attempt = 0; attempt < 3 && pid_ < 0; ++attempt) {
         port_ = freePort();
         std::vector<std::string> arguments = {binaryPath(), "--address", "127.0.0.1", "--port",
                                               std::to_string(port_), "--log"};
@@ -72,33 +76,29 @@ bool CamSimProcess::start(const std::vector<std::string>& extraArguments) {
         for (auto& a : arguments) argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);
         pid_ = ::fork();
-        if (pid_ == 0) {
-            // Only async-signal-safe calls between fork and exec.
+        if (pid_ == 0) {  // only async-signal-safe calls until exec
             ::dup2(logFd, STDOUT_FILENO);
             ::dup2(logFd, STDERR_FILENO);
             ::execv(argv[0], argv.data());
             _exit(127);
         }
         if (pid_ < 0) break;
-        for (int i = 0; i < 100; ++i) {
-            if (accepts(port_)) {
-                ::close(logFd);
-                return true;
-            }
-            if (::waitpid(pid_, nullptr, WNOHANG) == pid_) break;  // lost the port race
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        bool up = false;
+        for (int i = 0; i < 100 && !up; ++i) {
+            int fd = connectLoopback(port_);
+            up = fd >= 0;
+            if (up) ::close(fd);
+            else if (::waitpid(pid_, nullptr, WNOHANG) == pid_) break;  // lost the port race
+            else std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
-        ::kill(pid_, SIGKILL);
-        ::waitpid(pid_, nullptr, 0);
-        pid_ = -1;
+        if (!up) killAndReap(pid_);
     }
     ::close(logFd);
-    return false;
+    return pid_ > 0;
 }
 
 int CamSimProcess::waitExit(int timeoutMs) {
-    if (pid_ <= 0) return -1;
-    for (int waited = 0; waited <= timeoutMs; waited += 20) {
+    for (int waited = 0; pid_ > 0 && waited <= timeoutMs; waited += 20) {
         int status = 0;
         if (::waitpid(pid_, &status, WNOHANG) == pid_) {
             pid_ = -1;
@@ -113,13 +113,9 @@ int CamSimProcess::terminate(int timeoutMs) {
     if (pid_ <= 0) return -1;
     ::kill(pid_, SIGTERM);
     int status = waitExit(timeoutMs);
-    if (pid_ > 0) {
-        ::kill(pid_, SIGKILL);
-        ::waitpid(pid_, nullptr, 0);
-        pid_ = -1;
-        return -1;
-    }
-    return status;
+    if (pid_ <= 0) return status;
+    killAndReap(pid_);
+    return -1;
 }
 
 std::string CamSimProcess::output() const {

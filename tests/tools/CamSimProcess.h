@@ -1,8 +1,9 @@
-// Starts the built kovo-camsim on a free loopback port for a test and stops
-// it again; its standard output (the request log) goes to a file.
+// Runs the built kovo-camsim on a free loopback port for one test; its
+// output (the request log) goes to a file.
 #ifndef KOVO_TESTS_TOOLS_CAMSIMPROCESS_H
 #define KOVO_TESTS_TOOLS_CAMSIMPROCESS_H
 
+#include <gtest/gtest.h>
 #include <sys/types.h>
 
 #include <string>
@@ -12,7 +13,6 @@ namespace kovo::test {
 
 class CamSimProcess {
 public:
-    // Path of the simulator in the build tree.
     static std::string binaryPath();
     static bool available();
 
@@ -21,20 +21,15 @@ public:
     CamSimProcess(const CamSimProcess&) = delete;
     CamSimProcess& operator=(const CamSimProcess&) = delete;
 
-    // Starts it with `--address 127.0.0.1 --port <free> --log` and the extra
-    // arguments, and waits until it accepts connections.
+    // `--address 127.0.0.1 --port <free> --log` plus `extraArguments`; returns once it accepts connections.
     bool start(const std::vector<std::string>& extraArguments = {});
-
-    // Sends SIGTERM and waits up to `timeoutMs`; returns the exit status, or
-    // -1 when it had to be killed or did not exit normally.
+    // SIGTERM, then waits; exit status, or -1 when it had to be killed or did not exit normally.
     int terminate(int timeoutMs = 5000);
-
-    // Waits up to `timeoutMs` for it to exit by itself; exit status or -1.
+    // Waits for it to exit by itself; exit status or -1.
     int waitExit(int timeoutMs);
 
     unsigned short port() const { return port_; }
-    // Everything it printed so far.
-    std::string output() const;
+    std::string output() const;  // everything it printed so far
 
 private:
     pid_t pid_ = -1;
@@ -42,20 +37,29 @@ private:
     std::string logPath_;
 };
 
-// A scratch directory for one test's files, removed with its contents.
+// Skips the test when the simulator was not built (libavcodec missing).
+class CamSimTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!CamSimProcess::available()) GTEST_SKIP() << "kovo-camsim is not built: " << CamSimProcess::binaryPath();
+    }
+};
+
+// A scratch directory, removed with its contents.
 class ScratchDir {
 public:
     ScratchDir();
     ~ScratchDir();
-    const std::string& path() const { return path_; }
     std::string file(const std::string& name) const { return path_ + "/" + name; }
 
 private:
     std::string path_;
 };
 
-// Runs a shell command; returns its exit status and fills `output` with
-// its standard output and error.
+// A connected TCP socket to 127.0.0.1:port, or -1.
+int connectLoopback(unsigned short port);
+
+// Runs a shell command; exit status, with standard output and error in `output`.
 int runCommand(const std::string& command, std::string* output = nullptr);
 
 }  // namespace kovo::test

@@ -1,7 +1,5 @@
 // The simulator on the wire, through a plain socket: reply framing, SDP,
 // channel numbers of the interleaved media, and refusal of bad requests.
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -19,21 +17,12 @@ namespace {
 
 class RawClient {
 public:
-    explicit RawClient(unsigned short port) {
-        fd_ = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(port);
-        connected_ = ::connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-    }
+    explicit RawClient(unsigned short port) : fd_(connectLoopback(port)) {}
     ~RawClient() { ::close(fd_); }
-    bool connected() const { return connected_; }
-
+    bool connected() const { return fd_ >= 0; }
     void send(const std::string& text) { ::send(fd_, text.data(), text.size(), MSG_NOSIGNAL); }
 
-    // What arrives within `ms`, read the way the SDK reads a reply: one recv
-    // of at most 8192 bytes once the socket is readable.
+    // Read the way the SDK reads a reply: one recv of at most 8192 bytes once readable.
     std::string readOnce(int ms = 3000) {
         pollfd p{fd_, POLLIN, 0};
         if (::poll(&p, 1, ms) <= 0) return "<timeout>";
@@ -43,21 +32,20 @@ public:
         return n <= 0 ? std::string("<closed>") : std::string(buffer, static_cast<size_t>(n));
     }
 
-    // Exactly `n` bytes (or fewer at close / time-out).
-    std::string readExactly(size_t n, int ms = 5000) {
-        std::string data;
-        char buffer[4096];
-        while (data.size() < n) {
-            pollfd p{fd_, POLLIN, 0};
-            if (::poll(&p, 1, ms) <= 0) break;
-            ssize_t got = ::recv(fd_, buffer, std::min(sizeof buffer, n - data.size()), 0);
+    // Exactly `n` bytes, or fewer at close or time-out.
+    std::string readExactly(size_t n) {
+        std::string data(n, '\0');
+        size_t have = 0;
+        for (pollfd p{fd_, POLLIN, 0}; have < n && ::poll(&p, 1, 5000) > 0;) {
+            ssize_t got = ::recv(fd_, &data[have], n - have, 0);
             if (got <= 0) break;
-            data.append(buffer, static_cast<size_t>(got));
+            have += static_cast<size_t>(got);
         }
+        data.resize(have);
         return data;
     }
 
-    // The next interleaved packet: channel and payload type.
+    // The next interleaved packet's channel and RTP payload type.
     bool nextPacket(int& channel, int& payloadType) {
         std::string frame = readExactly(4);
         if (frame.size() != 4 || frame[0] != '$') return false;
@@ -70,20 +58,14 @@ public:
     }
 
 private:
-    int fd_ = -1;
-    bool connected_ = false;
+    int fd_;
 };
 
 std::string request(const std::string& line, int cseq, const std::string& extra = "") {
     return line + " RTSP/1.0\r\nCSeq: " + std::to_string(cseq) + "\r\n" + extra + "\r\n";
 }
 
-class CamSimProtocol : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (!CamSimProcess::available()) GTEST_SKIP() << "kovo-camsim is not built: " << CamSimProcess::binaryPath();
-    }
-};
+using CamSimProtocol = CamSimTest;
 
 TEST_F(CamSimProtocol, DescribeReplyHoldsHeaderAndWholeSdpInOneRead) {
     CamSimProcess sim;
