@@ -113,28 +113,13 @@ inline std::vector<std::string> packetiseJpeg(const JpegPicture& pic, uint16_t* 
     const int type = (pic.lumaSampling == 0x21 ? 0 : 1) | (pic.restartInterval ? 64 : 0);
     std::vector<std::string> packets;
     for (size_t offset = 0; offset < pic.scan.size() || offset == 0; offset += maxScan) {
-        std::string payload;
-        payload += '\0';
-        payload += static_cast<char>(offset >> 16);
-        payload += static_cast<char>(offset >> 8);
-        payload += static_cast<char>(offset);
-        payload += static_cast<char>(type);
-        payload += static_cast<char>(255);
-        payload += static_cast<char>(pic.width / 8);
-        payload += static_cast<char>(pic.height / 8);
-        if (pic.restartInterval) {
-            payload += static_cast<char>(pic.restartInterval >> 8);
-            payload += static_cast<char>(pic.restartInterval);
-            payload += static_cast<char>(0xFF);  // first and last bits set, count 0x3FFF
-            payload += static_cast<char>(0xFF);
-        }
-        if (offset == 0) {
-            payload += std::string("\0\0\0\x80", 4);
-            payload += pic.lumaTable + pic.chromaTable;
-        }
+        std::string payload{'\0', char(offset >> 16), char(offset >> 8), char(offset), char(type), char(255),
+                            char(pic.width / 8), char(pic.height / 8)};
+        if (pic.restartInterval)  // first and last bits set, count 0x3FFF
+            payload += {char(pic.restartInterval >> 8), char(pic.restartInterval), '\xFF', '\xFF'};
+        if (offset == 0) payload += std::string("\0\0\0\x80", 4) + pic.lumaTable + pic.chromaTable;
         payload += pic.scan.substr(offset, maxScan);
-        const bool last = offset + maxScan >= pic.scan.size();
-        packets.push_back(rtpPacket(26, last, (*seq)++, timestamp, payload));
+        packets.push_back(rtpPacket(26, offset + maxScan >= pic.scan.size(), (*seq)++, timestamp, payload));
     }
     return packets;
 }
@@ -173,13 +158,8 @@ inline std::vector<std::string> splitAdts(const std::string& adts) {
 
 // One access unit as an RFC 3640 RTP packet: AU-headers-length 16, 13-bit size, index 0.
 inline std::string aacPacket(const std::string& unit, uint16_t seq, uint32_t timestamp) {
-    std::string payload;
-    payload += '\0';
-    payload += static_cast<char>(16);
-    payload += static_cast<char>(unit.size() >> 5);
-    payload += static_cast<char>((unit.size() & 31) << 3);
-    payload += unit;
-    return rtpPacket(97, true, seq, timestamp, payload);
+    const std::string header{'\0', '\x10', char(unit.size() >> 5), char((unit.size() & 31) << 3)};
+    return rtpPacket(97, true, seq, timestamp, header + unit);
 }
 
 // Baseline 4:2:0 JPEG frames of a moving test picture (standard Huffman tables,

@@ -36,25 +36,19 @@ struct Received {
     long streamId = 0;
     bool wrongArguments = false;
 
-    static void onJpeg(long id, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
+    template <DATA_TYPE_E kType>
+    static void onMedia(long id, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
         auto* self = reinterpret_cast<Received*>(user);
         const std::string frame(reinterpret_cast<char*>(data), length);
+        const bool audio = kType == AACDATA_TYPE;
+        const bool prime = audio ? length == 8  // the one-byte priming unit
+                                 : length > 7 && frame.compare(length - 7, 5, kPrimeScan) == 0;
         std::lock_guard<std::mutex> lock(self->mutex);
-        self->wrongArguments |= id != self->streamId || type != MJPEGDATA_TYPE;
-        if (frame.size() > 7 && frame.compare(frame.size() - 7, 5, kPrimeScan) == 0)
-            ++self->primeJpegs;
+        self->wrongArguments |= id != self->streamId || type != kType;
+        if (prime)
+            ++(audio ? self->primeAudio : self->primeJpegs);
         else
-            self->jpegs.push_back(frame);
-        self->changed.notify_all();
-    }
-    static void onAudio(long id, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
-        auto* self = reinterpret_cast<Received*>(user);
-        std::lock_guard<std::mutex> lock(self->mutex);
-        self->wrongArguments |= id != self->streamId || type != AACDATA_TYPE;
-        if (length == 8)  // the one-byte priming unit
-            ++self->primeAudio;
-        else
-            self->audio.emplace_back(reinterpret_cast<char*>(data), length);
+            (audio ? self->audio : self->jpegs).push_back(frame);
         self->changed.notify_all();
     }
     static void onRaw(DATA_TYPE_E, FRAME_TYPE_E, unsigned char*, unsigned long, unsigned long user) {
@@ -82,10 +76,10 @@ protected:
         ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
         got.streamId = id;
         const auto user = reinterpret_cast<unsigned long>(&got);
-        ASSERT_EQ(Kovo_SetMJPEGCallBack(id, &Received::onJpeg, user), 0);
+        ASSERT_EQ(Kovo_SetMJPEGCallBack(id, &Received::onMedia<MJPEGDATA_TYPE>, user), 0);
         ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, &Received::onRaw, user), 0);
         if (withAudio) {
-            ASSERT_EQ(Kovo_SetAudioCallBack(id, &Received::onAudio, user), 0);
+            ASSERT_EQ(Kovo_SetAudioCallBack(id, &Received::onMedia<AACDATA_TYPE>, user), 0);
         }
         connection = cam.requests("DESCRIBE").at(0).connection;
         prime();

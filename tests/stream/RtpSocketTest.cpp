@@ -59,13 +59,6 @@ TEST(RtpSocket, RecvClosesTheSocketWhenThePeerHasGone) {
     EXPECT_EQ(rtp_send(pair[0], "x", 1), -1);
 }
 
-TEST(RtpSocket, RtcpStreamFunctionsDoNothing) {
-    int length = 5;
-    EXPECT_EQ(rtcp_recv(-1, nullptr, &length), 0);
-    EXPECT_EQ(rtcp_send(-1, nullptr, &length), 0);
-    EXPECT_EQ(length, 5);
-}
-
 TEST(RtpSocket, ViewSizeRequestIsSixLines) {
     char text[5120];
     rtp_build_3510_request(text, sizeof text);
