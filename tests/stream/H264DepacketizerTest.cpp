@@ -27,11 +27,15 @@ struct Assembler {
         evbuffer_free(frame);
     }
 
-    // Appends one length-prefixed packet and assembles it; returns complete.
+    // A packet with its length prefix, as the de-interleaver queues it.
+    static std::string framed(const std::string& packet) {
+        const uint32_t length = uint32_t(packet.size());
+        return std::string(reinterpret_cast<const char*>(&length), 4) + packet;
+    }
+    void queue(const std::string& packet) { evbuffer_addx(recv, framed(packet).data(), packet.size() + 4, 0); }
+    // Queues one packet and assembles; returns complete.
     int push(const std::string& packet) {
-        uint32_t length = uint32_t(packet.size());
-        evbuffer_addx(recv, &length, 4, 0);
-        evbuffer_addx(recv, packet.data(), packet.size(), 0);
+        queue(packet);
         depacketizer.GetFrameData(recv, frame, complete, nalType, timestamp);
         return complete;
     }
@@ -150,9 +154,8 @@ TEST(H264Depacketizer, StapAStopsAllFurtherOutput) {
 
 TEST(H264Depacketizer, InconsistentLengthPrefixEmptiesTheReceiveBuffer) {
     Assembler a;
-    uint32_t bogus = 5000;
-    evbuffer_addx(a.recv, &bogus, 4, 0);
-    evbuffer_addx(a.recv, std::string(20, 'x').data(), 20, 0);
+    const uint32_t bogus = 5000;
+    evbuffer_addx(a.recv, (std::string(reinterpret_cast<const char*>(&bogus), 4) + std::string(20, 'x')).data(), 24, 0);
     StdoutCapture out;
     a.depacketizer.GetFrameData(a.recv, a.frame, a.complete, a.nalType, a.timestamp);
     EXPECT_EQ(out.text(), "Error: Check the Datelen,lDataSize:5000,lBufferLen=24 \n\r\n");
@@ -176,16 +179,11 @@ TEST(H264Depacketizer, PacketLeftFromAnEarlierCallIsAppendedByTheNextFragment) {
     a.arm();
     // Two packets queued before the assembler runs once: the fragment at the
     // front takes the packet behind it into the frame as it is.
-    const std::string fragment = rtpPacket(96, false, 1, 0, std::string("\x7C\x85" "F"));
-    uint32_t length = uint32_t(fragment.size());
-    evbuffer_addx(a.recv, &length, 4, 0);
-    evbuffer_addx(a.recv, fragment.data(), fragment.size(), 0);
+    a.queue(rtpPacket(96, false, 1, 0, std::string("\x7C\x85" "F")));
     const std::string single = rtpPacket(96, false, 2, 0, nal(0x41, "s"));
     a.push(single);
     EXPECT_EQ(a.recv->off, 0u);
-    uint32_t singleLength = uint32_t(single.size());
-    EXPECT_EQ(a.takeFrame(), kStart + "\x65" "F" +
-                                 std::string(reinterpret_cast<char*>(&singleLength), 4) + single);
+    EXPECT_EQ(a.takeFrame(), kStart + "\x65" "F" + Assembler::framed(single));
 }
 
 }  // namespace

@@ -21,17 +21,13 @@ struct SdpOptions {
     bool audio = false;
 };
 
-inline std::string streamSdp(const SdpOptions& o = {}) {
+inline Reply describeReply(const SdpOptions& o = {}) {
     std::string sdp = "v=0\r\no=- 0 0 IN IP4 127.0.0.1\r\ns=Kovo\r\na=control:*\r\n";
     if (o.dimensions) sdp += "a=x-dimensions:320, 240\r\n";
     if (o.frameRate) sdp += "a=x-framerate:25\r\n";
     if (o.video) sdp += "m=video 0 RTP/AVP 96\r\na=rtpmap:96 H264/90000\r\na=control:trackID=1\r\n";
     if (o.audio) sdp += "m=audio 0 RTP/AVP 97\r\na=rtpmap:97 mpeg4-generic/48000/2\r\na=control:trackID=2\r\n";
-    return sdp;
-}
-
-inline Reply describeReply(const SdpOptions& o = {}) {
-    return Reply::ok({"Content-Type: application/sdp"}, streamSdp(o));
+    return Reply::ok({"Content-Type: application/sdp"}, sdp);
 }
 
 // Frames handed to the application, in order, with a wait for a count.
@@ -47,11 +43,6 @@ public:
                            unsigned long length, unsigned long user) {
         reinterpret_cast<FrameSink*>(user)->add(
             {type, frameType, std::string(reinterpret_cast<char*>(data), length)});
-    }
-    static void onMedia(long, DATA_TYPE_E type, unsigned char* data, unsigned long length,
-                        unsigned long user) {
-        reinterpret_cast<FrameSink*>(user)->add(
-            {type, -1, std::string(reinterpret_cast<char*>(data), length)});
     }
     unsigned long user() { return reinterpret_cast<unsigned long>(this); }
 
