@@ -61,10 +61,6 @@ protected:
         StdoutCapture quiet;
         return Kovo_OpenStream(id, 0, 0, 0, connectType, 0);
     }
-    void closeQuietly() {
-        StdoutCapture quiet;
-        Kovo_CloseStream(id);
-    }
     void TearDown() override {
         StdoutCapture quiet;
         if (id > 0 && FindDeviceByDeviceID(id)) {
@@ -203,9 +199,11 @@ TEST_F(StreamApi, FailedPlayReturnsItsCode) {
     EXPECT_EQ(FindDeviceByDeviceID(id)->m_pVideoControl, nullptr);
 }
 
-TEST_F(StreamApi, CloseSendsPauseAndStopsTheThreads) {
+TEST_F(StreamApi, OpeningTwiceReplacesTheControllerAndCloseSendsPause) {
     login({.audio = true});
     const int baseline = threadCount();
+    ASSERT_EQ(open(), 0);
+    EXPECT_EQ(threadCount(), baseline + 2);
     ASSERT_EQ(open(), 0);
     EXPECT_EQ(threadCount(), baseline + 2);
     cam.clearRequests();
@@ -220,16 +218,6 @@ TEST_F(StreamApi, CloseSendsPauseAndStopsTheThreads) {
     EXPECT_EQ(pauses[0].url, "trackID=1");
     EXPECT_EQ(pauses[1].url, "trackID=2");
     EXPECT_EQ(cam.requests("TEARDOWN").size(), 0u);
-}
-
-TEST_F(StreamApi, OpeningTwiceReplacesTheFirstController) {
-    login();
-    const int baseline = threadCount();
-    ASSERT_EQ(open(), 0);
-    ASSERT_EQ(open(), 0);
-    EXPECT_EQ(threadCount(), baseline + 2);
-    closeQuietly();
-    EXPECT_EQ(threadCount(), baseline);
 }
 
 TEST_F(StreamApi, CloseWhileFramesArriveOrAfterAResetReturnsPromptly) {
