@@ -1,16 +1,15 @@
 // Alarms and motion detection against the fake camera: the time checks, the
 // event-link block under its three prefixes, the per-family switch rules,
 // the range checks and where the device lookup falls between them.
+#include <algorithm>
 #include <string>
 #include <vector>
 
-#include "ParamsCases.h"
+#include "ParamTestSupport.h"
 
 using namespace kovo::test;
 
 namespace {
-
-// ---- Time strings ----------------------------------------------------------
 
 TEST(AlarmParams, CheckTime) {
     const struct {
@@ -48,32 +47,23 @@ TEST(AlarmParams, CheckTimeRange) {
 
 TEST(AlarmParams, CheckTimeReadsAnUnterminatedFieldOnlyWithinItsBounds) {
     char field[9];
-    std::memcpy(field, "08:00:001", 9);  // nine characters, no terminator
+    std::memcpy(field, "08:00:001", 9);
     EXPECT_EQ(CheckTime(field), 0);
 }
 
-// ---- Records ---------------------------------------------------------------
+// The 16 ints of the event-link block, which all three records lay out alike
+// from nLinkOutputEnable on.
+template <typename Record>
+int* linkBlock(Record& r) {
+    return &r.nLinkOutputEnable;
+}
 
 // A valid event-link block: every range at an accepted value.
 template <typename Record>
 Record withValidLink() {
     Record r{};
-    r.nLinkOutputEnable = 1;
-    r.nLinkOutputMode = 2;
-    r.nLinkOutputKeepTime = 86400;
-    r.nLinkOutputEmailEnable = 0;
-    r.nLinkLocalRecordEnable = 1;
-    r.nLinkLocalRecordStreamNumber = 3;
-    r.nLinkLocalRecordFramerate = 60;
-    r.nLinkLocalRecordKeepTime = 5;
-    r.nLinkLocalRecordFtpEnable = 0;
-    r.nLinkLocalRecordEmailEnable = 1;
-    r.nLinkLocalSnapEnable = 0;
-    r.nLinkLocalSnapJpegQuantity = 5;
-    r.nLinkLocalSnapIntervalTime = 1;
-    r.nLinkLocalSnapJpegQuality = 100;
-    r.nLinkLocalSnapFtpEnable = 1;
-    r.nLinkLocalSnapEmailEnable = 0;
+    const int valid[16] = {1, 2, 86400, 0, 1, 3, 60, 5, 0, 1, 0, 5, 1, 100, 1, 0};
+    std::copy(valid, valid + 16, linkBlock(r));
     return r;
 }
 
@@ -198,23 +188,10 @@ std::vector<std::string> lowerCaseLinkAnswers(const std::string& prefix) {
 
 // The block as lowerCaseLinkAnswers reads; outputEnable depends on the family.
 template <typename Record>
-void expectLowerCaseLink(const Record& r, int outputEnable) {
-    EXPECT_EQ(r.nLinkOutputEnable, outputEnable);
-    EXPECT_EQ(r.nLinkOutputMode, 1);
-    EXPECT_EQ(r.nLinkOutputKeepTime, 30);
-    EXPECT_EQ(r.nLinkOutputEmailEnable, 1);
-    EXPECT_EQ(r.nLinkLocalRecordEnable, 0);
-    EXPECT_EQ(r.nLinkLocalRecordStreamNumber, 2);
-    EXPECT_EQ(r.nLinkLocalRecordFramerate, 25);
-    EXPECT_EQ(r.nLinkLocalRecordKeepTime, 60);
-    EXPECT_EQ(r.nLinkLocalRecordFtpEnable, 1);
-    EXPECT_EQ(r.nLinkLocalRecordEmailEnable, 0);
-    EXPECT_EQ(r.nLinkLocalSnapEnable, 1);
-    EXPECT_EQ(r.nLinkLocalSnapJpegQuantity, 3);
-    EXPECT_EQ(r.nLinkLocalSnapIntervalTime, 600);
-    EXPECT_EQ(r.nLinkLocalSnapJpegQuality, 75);
-    EXPECT_EQ(r.nLinkLocalSnapFtpEnable, 0);
-    EXPECT_EQ(r.nLinkLocalSnapEmailEnable, 1);
+void expectLowerCaseLink(Record& r, int outputEnable) {
+    const int* block = linkBlock(r);
+    EXPECT_EQ(std::vector<int>(block, block + 16),
+              (std::vector<int>{outputEnable, 1, 30, 1, 0, 2, 25, 60, 1, 0, 1, 3, 600, 75, 0, 1}));
 }
 
 const std::vector<std::string> kMotionHeadKeys = {"MotionDetectEnable", "MotionDetectScheduleStartTime",
@@ -233,12 +210,8 @@ TEST(AlarmParams, GetConversions) {
          [](long id) {
              MD_CONFIG md = motionArea();
              ASSERT_EQ(Kovo_GetMDConfig(id, 0, 2, &md), 0);
-             EXPECT_EQ(md.nEnable, 1);
-             EXPECT_EQ(md.nSensitivity, 55);
-             EXPECT_EQ(md.nAreaX, 0);
-             EXPECT_EQ(md.nAreaY, 0);
-             EXPECT_EQ(md.nAreaWidth, 640);
-             EXPECT_EQ(md.nAreaHeight, 480);
+             EXPECT_EQ(joined(md.nEnable, md.nSensitivity, md.nAreaX, md.nAreaY, md.nAreaWidth, md.nAreaHeight),
+                       "1|55|0|0|640|480|");
          }},
         {"motion area: without blanks one element, the area kept; enable by the ON rule",
          {"MotionDetectAreaNumber_1", "MotionDetectSensitivity", "MotionDetectArea", "MotionDetectAreaEnable"},
@@ -246,10 +219,7 @@ TEST(AlarmParams, GetConversions) {
          [](long id) {
              MD_CONFIG md = motionArea();
              ASSERT_EQ(Kovo_GetMDConfig(id, -1, 1, &md), 0);
-             EXPECT_EQ(md.nEnable, 0);
-             EXPECT_EQ(md.nSensitivity, 80);
-             EXPECT_EQ(md.nAreaX, 10);
-             EXPECT_EQ(md.nAreaWidth, 1920);
+             EXPECT_EQ(joined(md.nEnable, md.nSensitivity, md.nAreaX, md.nAreaWidth), "0|80|10|1920|");
          }},
         {"motion link: enable and output enable by the ON rule",
          concat(kMotionHeadKeys, linkKeys("MotionDetect")),
@@ -261,10 +231,9 @@ TEST(AlarmParams, GetConversions) {
              m.nEnable = 1;
              fill(m.szScheduleEndTime, "kept");
              ASSERT_EQ(Kovo_GetMDLinkConfig(id, -1, &m), 0);
-             EXPECT_EQ(m.nEnable, 0);
-             EXPECT_EQ(std::string(m.szScheduleStartTime, 32), k40.substr(0, 32));
-             EXPECT_EQ(textOf(m.szScheduleEndTime), "kept");
-             EXPECT_EQ(textOf(m.szScheduleEndTime2), "23:00:00");
+             EXPECT_EQ(joined(m.nEnable, textOf(m.szScheduleStartTime), textOf(m.szScheduleEndTime),
+                              textOf(m.szScheduleEndTime2)),
+                       "0|" + k40.substr(0, 32) + "|kept|23:00:00|");
              expectLowerCaseLink(m, 0);
          }},
         {"alarm link: enable and output enable by the OFF rule",
@@ -275,21 +244,17 @@ TEST(AlarmParams, GetConversions) {
              ALARM_CONFIG a{};
              a.nMode = 1;
              ASSERT_EQ(Kovo_GetAlarmConfig(id, &a), 0);
-             EXPECT_EQ(a.nEnable, 1);
-             EXPECT_EQ(a.nMode, 0);
-             EXPECT_EQ(textOf(a.szStartTime), "07:00:00");
+             EXPECT_EQ(joined(a.nEnable, a.nMode, textOf(a.szStartTime)), "1|0|07:00:00|");
              expectLowerCaseLink(a, 1);
          }},
         {"network loss link: exact OFF reads 0",
          concat({"NetworkDownEnable"}, linkKeys("NetworkDown")),
-         concat({"NetworkDownEnable: OFF", "NetworkDownLinkOutputEnable: OFF"}, {}),
+         {"NetworkDownEnable: OFF", "NetworkDownLinkOutputEnable: OFF"},
          [](long id) {
              NET_DOWN_PARAM n = withValidLink<NET_DOWN_PARAM>();
              n.nEnable = 1;
              ASSERT_EQ(Kovo_GetNetDownConfig(id, &n), 0);
-             EXPECT_EQ(n.nEnable, 0);
-             EXPECT_EQ(n.nLinkOutputEnable, 0);
-             EXPECT_EQ(n.nLinkOutputKeepTime, 86400);  // not answered: kept
+             EXPECT_EQ(joined(n.nEnable, n.nLinkOutputEnable, n.nLinkOutputKeepTime), "0|0|86400|");  // time kept
          }},
         {"network loss link: anything but OFF reads 1",
          concat({"NetworkDownEnable"}, linkKeys("NetworkDown")), lowerCaseLinkAnswers("NetworkDown"),
@@ -318,10 +283,7 @@ TEST(AlarmParams, GetConversions) {
          [](long id) {
              ALARM_SERVICE_CONFIG s{};
              ASSERT_EQ(Kovo_GetAlarmServiceConfig(id, &s), 0);
-             EXPECT_EQ(s.nAlarmService, 1);
-             EXPECT_EQ(textOf(s.szIPAddr), "1.1.1.1");
-             EXPECT_EQ(s.nPort, 7000);
-             EXPECT_EQ(s.nKeepaliveTimer, 30);
+             EXPECT_EQ(joined(s.nAlarmService, textOf(s.szIPAddr), s.nPort, s.nKeepaliveTimer), "1|1.1.1.1|7000|30|");
          }},
     });
 }
@@ -329,7 +291,7 @@ TEST(AlarmParams, GetConversions) {
 // One out-of-range block value per row, and the text each family reports.
 struct LinkRangeRow {
     const char* field;
-    void (*spoil)(int* block);  // block points at nLinkOutputEnable
+    void (*spoil)(int* block);
     const char* text;
 };
 
@@ -354,100 +316,86 @@ TEST(AlarmParams, LinkRangesInEveryFamily) {
     LoggedInCamera cam;
     ASSERT_GT(cam.id, 0);
     for (const LinkRangeRow& row : kLinkRanges) {
-        SCOPED_TRACE(row.field);
-        const std::string text = std::string("[%d] ") + row.text + ".\n";
         MD_LINK_CONFIG m = motionLink();
-        row.spoil(&m.nLinkOutputEnable);
         ALARM_CONFIG a = alarmLink();
-        row.spoil(&a.nLinkOutputEnable);
         NET_DOWN_PARAM n = withValidLink<NET_DOWN_PARAM>();
-        row.spoil(&n.nLinkOutputEnable);
-        cam.cam.clearRequests();
-        {
+        const std::pair<const char*, std::function<long()>> families[] = {
+            {"SetMDLinkConfig", [&] { row.spoil(linkBlock(m)); return Kovo_SetMDLinkConfig(cam.id, 0, &m); }},
+            {"SetAlarmConfig", [&] { row.spoil(linkBlock(a)); return Kovo_SetAlarmConfig(cam.id, &a); }},
+            {"SetNetDownConfig", [&] { row.spoil(linkBlock(n)); return Kovo_SetNetDownConfig(cam.id, &n); }},
+        };
+        for (const auto& [name, call] : families) {
+            SCOPED_TRACE(std::string(name) + " " + row.field);
             StdoutCapture out;
-            EXPECT_EQ(Kovo_SetMDLinkConfig(cam.id, 0, &m), -1);
-            EXPECT_TRUE(isTrace(out.text(), "SetMDLinkConfig" + text));
-        }
-        {
-            StdoutCapture out;
-            EXPECT_EQ(Kovo_SetAlarmConfig(cam.id, &a), -1);
-            EXPECT_TRUE(isTrace(out.text(), "SetAlarmConfig" + text));
-        }
-        {
-            StdoutCapture out;
-            EXPECT_EQ(Kovo_SetNetDownConfig(cam.id, &n), -1);
-            EXPECT_TRUE(isTrace(out.text(), "SetNetDownConfig" + text));
+            EXPECT_EQ(call(), -1);
+            EXPECT_TRUE(isTrace(out.text(), std::string(name) + "[%d] " + row.text + ".\n"));
         }
         EXPECT_EQ(cam.cam.requestCount(), 0u);
     }
 }
 
 TEST(AlarmParams, Rejections) {
+    auto mdLink = [](long id, int channel, void (*edit)(MD_LINK_CONFIG&)) {
+        MD_LINK_CONFIG m = motionLink();
+        edit(m);
+        return Kovo_SetMDLinkConfig(id, channel, &m);
+    };
+    auto alarm = [](long id, void (*edit)(ALARM_CONFIG&)) {
+        ALARM_CONFIG a = alarmLink();
+        edit(a);
+        return Kovo_SetAlarmConfig(id, &a);
+    };
+    auto netDown = [](long id, void (*edit)(NET_DOWN_PARAM&)) {
+        NET_DOWN_PARAM n = withValidLink<NET_DOWN_PARAM>();
+        edit(n);
+        return Kovo_SetNetDownConfig(id, &n);
+    };
+    auto md = [](long id, int area, void (*edit)(MD_CONFIG&)) {
+        MD_CONFIG m = motionArea();
+        edit(m);
+        return Kovo_SetMDConfig(id, 0, area, &m);
+    };
+    auto service = [](long id, void (*edit)(ALARM_SERVICE_CONFIG&)) {
+        ALARM_SERVICE_CONFIG s = alarmService();
+        edit(s);
+        return Kovo_SetAlarmServiceConfig(id, &s);
+    };
     runRejectCases({
         {"motion link: device looked up before the ranges",
-         [](long) {
-             MD_LINK_CONFIG m = motionLink();
-             m.nLinkOutputKeepTime = 0;
-             return Kovo_SetMDLinkConfig(kUnknownId, 0, &m);
-         },
-         -3, "SetMDLinkConfig[%d] device null.\n"},
+         [&](long) { return mdLink(kUnknownId, 0, [](MD_LINK_CONFIG& m) { m.nLinkOutputKeepTime = 0; }); }, -3,
+         "SetMDLinkConfig[%d] device null.\n"},
         {"network loss link: ranges checked before the lookup",
-         [](long) {
-             NET_DOWN_PARAM n = withValidLink<NET_DOWN_PARAM>();
-             n.nLinkOutputKeepTime = 0;
-             return Kovo_SetNetDownConfig(kUnknownId, &n);
-         },
-         -1, "SetNetDownConfig[%d] invalid output keep time.\n"},
+         [&](long) { return netDown(kUnknownId, [](NET_DOWN_PARAM& n) { n.nLinkOutputKeepTime = 0; }); }, -1,
+         "SetNetDownConfig[%d] invalid output keep time.\n"},
         {"alarm link: ranges checked before the lookup",
-         [](long) {
-             ALARM_CONFIG a = alarmLink();
-             a.nLinkLocalSnapJpegQuantity = 0;
-             return Kovo_SetAlarmConfig(kUnknownId, &a);
-         },
-         -1, "SetAlarmConfig[%d] invalid record keep time.\n"},
-        {"network loss valid, unknown device",
-         [](long) { NET_DOWN_PARAM n = withValidLink<NET_DOWN_PARAM>(); return Kovo_SetNetDownConfig(kUnknownId, &n); },
-         -3, "SetNetDownConfig[%d] device null.\n"},
-        {"alarm valid, unknown device",
-         [](long) { ALARM_CONFIG a = alarmLink(); return Kovo_SetAlarmConfig(kUnknownId, &a); }, -3,
+         [&](long) { return alarm(kUnknownId, [](ALARM_CONFIG& a) { a.nLinkLocalSnapJpegQuantity = 0; }); }, -1,
+         "SetAlarmConfig[%d] invalid record keep time.\n"},
+        {"network loss valid, unknown device", [&](long) { return netDown(kUnknownId, [](NET_DOWN_PARAM&) {}); }, -3,
+         "SetNetDownConfig[%d] device null.\n"},
+        {"alarm valid, unknown device", [&](long) { return alarm(kUnknownId, [](ALARM_CONFIG&) {}); }, -3,
          "SetAlarmConfig[%d] device null.\n"},
-        {"motion link channel -2",
-         [](long id) { MD_LINK_CONFIG m = motionLink(); return Kovo_SetMDLinkConfig(id, -2, &m); }, -1,
+        {"motion link channel -2", [&](long id) { return mdLink(id, -2, [](MD_LINK_CONFIG&) {}); }, -1,
          "SetMDLinkConfig[%d] input invalid.\n"},
-        {"alarm time 1 reversed",
-         [](long id) {
-             ALARM_CONFIG a = alarmLink();
-             fill(a.szStartTime, "18:00:00");
-             return Kovo_SetAlarmConfig(id, &a);
-         },
+        {"alarm time 1 reversed", [&](long id) { return alarm(id, [](ALARM_CONFIG& a) { fill(a.szStartTime, "18:00:00"); }); },
          -1, "SetAlarmConfig[%d] invalid time 1 range.\n"},
         {"alarm time 2 empty",
-         [](long id) {
-             ALARM_CONFIG a = alarmLink();
-             fill(a.szStartTime2, "");
-             fill(a.szEndTime2, "");
-             return Kovo_SetAlarmConfig(id, &a);
-         },
-         -1, "SetAlarmConfig[%d] invalid time 2 range.\n"},
+         [&](long id) { return alarm(id, [](ALARM_CONFIG& a) { a.szStartTime2[0] = a.szEndTime2[0] = 0; }); }, -1,
+         "SetAlarmConfig[%d] invalid time 2 range.\n"},
         {"alarm null", [](long id) { return Kovo_SetAlarmConfig(id, nullptr); }, -1,
          "SetAlarmConfig[%d] invalid input.\n"},
         {"network loss id 0", [](long) { NET_DOWN_PARAM n{}; return Kovo_SetNetDownConfig(0, &n); }, -1,
          "SetNetDownConfig[%d] invalid input.\n"},
-        {"motion area 5", [](long id) { MD_CONFIG md = motionArea(); return Kovo_SetMDConfig(id, 0, 5, &md); }, -1,
-         "SetMDConfig[%d] input invalid.\n"},
+        {"motion area 5", [&](long id) { return md(id, 5, [](MD_CONFIG&) {}); }, -1, "SetMDConfig[%d] input invalid.\n"},
         {"motion sensitivity 0, before the lookup",
-         [](long) { MD_CONFIG md = motionArea(); md.nSensitivity = 0; return Kovo_SetMDConfig(kUnknownId, 0, 1, &md); },
-         -1, "SetMDConfig[%d] invalid sensitivity.\n"},
-        {"motion area height 1081",
-         [](long id) { MD_CONFIG md = motionArea(); md.nAreaHeight = 1081; return Kovo_SetMDConfig(id, 0, 1, &md); },
-         -1, "SetMDConfig[%d] invalid area.\n"},
-        {"motion area x -1",
-         [](long id) { MD_CONFIG md = motionArea(); md.nAreaX = -1; return Kovo_SetMDConfig(id, 0, 1, &md); }, -1,
+         [&](long) { return md(kUnknownId, 1, [](MD_CONFIG& m) { m.nSensitivity = 0; }); }, -1,
+         "SetMDConfig[%d] invalid sensitivity.\n"},
+        {"motion area height 1081", [&](long id) { return md(id, 1, [](MD_CONFIG& m) { m.nAreaHeight = 1081; }); }, -1,
          "SetMDConfig[%d] invalid area.\n"},
-        {"motion area unknown device",
-         [](long) { MD_CONFIG md = motionArea(); return Kovo_SetMDConfig(kUnknownId, 0, 1, &md); }, -3,
+        {"motion area x -1", [&](long id) { return md(id, 1, [](MD_CONFIG& m) { m.nAreaX = -1; }); }, -1,
+         "SetMDConfig[%d] invalid area.\n"},
+        {"motion area unknown device", [&](long) { return md(kUnknownId, 1, [](MD_CONFIG&) {}); }, -3,
          "SetMDConfig[%d] device null.\n"},
-        {"get motion area 0", [](long id) { MD_CONFIG md{}; return Kovo_GetMDConfig(id, 0, 0, &md); }, -1,
+        {"get motion area 0", [](long id) { MD_CONFIG m{}; return Kovo_GetMDConfig(id, 0, 0, &m); }, -1,
          "GetMDConfig[%d] input invalid.\n"},
         {"get motion link channel -2", [](long id) { MD_LINK_CONFIG m{}; return Kovo_GetMDLinkConfig(id, -2, &m); },
          -1, "GetMDLinkConfig[%d] input invalid.\n"},
@@ -457,30 +405,25 @@ TEST(AlarmParams, Rejections) {
          "GetNetDownConfig[%d] invalid input.\n"},
         {"alarm input 5", [](long id) { ALARMIN_CONFIG c{0}; return Kovo_SetAlarmInConfig(id, 5, &c); }, -1,
          "SetAlarmInConfig[%d] input invalid.\n"},
-        {"alarm input mode 2",
-         [](long id) { ALARMIN_CONFIG c{2}; return Kovo_SetAlarmInConfig(id, 1, &c); }, -1,
+        {"alarm input mode 2", [](long id) { ALARMIN_CONFIG c{2}; return Kovo_SetAlarmInConfig(id, 1, &c); }, -1,
          "SetAlarmInConfig[%d] input mode invalid.\n"},
         {"alarm input mode checked after the lookup",
          [](long) { ALARMIN_CONFIG c{2}; return Kovo_SetAlarmInConfig(kUnknownId, 1, &c); }, -3,
          "SetAlarmInConfig[%d] device null.\n"},
         {"alarm output port 3", [](long id) { ALARMOUT_CONFIG c{0}; return Kovo_SetAlarmOutConfig(id, 3, &c); }, -1,
          "SetAlarmOutConfig[%d] input invalid.\n"},
-        {"alarm output mode -1",
-         [](long id) { ALARMOUT_CONFIG c{-1}; return Kovo_SetAlarmOutConfig(id, 2, &c); }, -1,
+        {"alarm output mode -1", [](long id) { ALARMOUT_CONFIG c{-1}; return Kovo_SetAlarmOutConfig(id, 2, &c); }, -1,
          "SetAlarmOutConfig[%d] output mode invalid.\n"},
         {"get alarm input 0", [](long id) { ALARMIN_CONFIG c{}; return Kovo_GetAlarmInConfig(id, 0, &c); }, -1,
          "GetAlarmInConfig[%d] invalid input.\n"},
         {"get alarm output unknown",
          [](long) { ALARMOUT_CONFIG c{}; return Kovo_GetAlarmOutConfig(kUnknownId, 1, &c); }, -3,
          "GetAlarmOutConfig[%d] device null.\n"},
-        {"service on without address",
-         [](long id) { ALARM_SERVICE_CONFIG s = alarmService(); s.szIPAddr[0] = 0; return Kovo_SetAlarmServiceConfig(id, &s); },
+        {"service on without address", [&](long id) { return service(id, [](ALARM_SERVICE_CONFIG& s) { s.szIPAddr[0] = 0; }); },
          -1, "SetAlarmServiceConfig[%d] invalid input.\n"},
-        {"service on, keepalive 0",
-         [](long id) { ALARM_SERVICE_CONFIG s = alarmService(); s.nKeepaliveTimer = 0; return Kovo_SetAlarmServiceConfig(id, &s); },
+        {"service on, keepalive 0", [&](long id) { return service(id, [](ALARM_SERVICE_CONFIG& s) { s.nKeepaliveTimer = 0; }); },
          -1, "SetAlarmServiceConfig[%d] invalid input.\n"},
-        {"service unknown device",
-         [](long) { ALARM_SERVICE_CONFIG s = alarmService(); return Kovo_SetAlarmServiceConfig(kUnknownId, &s); }, -3,
+        {"service unknown device", [&](long) { return service(kUnknownId, [](ALARM_SERVICE_CONFIG&) {}); }, -3,
          "SetAlarmServiceConfig[%d] device null.\n"},
         {"get service unknown",
          [](long) { ALARM_SERVICE_CONFIG s{}; return Kovo_GetAlarmServiceConfig(kUnknownId, &s); }, -3,

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "ParamsCases.h"
+#include "ParamTestSupport.h"
 
 using namespace kovo::test;
 

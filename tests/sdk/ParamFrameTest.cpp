@@ -259,12 +259,4 @@ TEST(ParamFrame, TableRulesComposeAndConvertWithAPrefix) {
     EXPECT_EQ(b.off, 0);
 }
 
-TEST(ParamFrame, PlainTextLineLimit) {
-    std::string line;
-    EXPECT_TRUE(kovo::param::composeTextLine("K", std::string(252, 'v').c_str(), line));
-    EXPECT_EQ(line.size(), 255u);
-    EXPECT_FALSE(kovo::param::composeTextLine("K", std::string(253, 'v').c_str(), line));
-    EXPECT_EQ(line.size(), 255u);  // untouched on refusal
-}
-
 }  // namespace

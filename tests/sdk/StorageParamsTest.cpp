@@ -3,7 +3,7 @@
 // schedule checks and the remote commands.
 #include <string>
 
-#include "ParamsCases.h"
+#include "ParamTestSupport.h"
 
 using namespace kovo::test;
 
