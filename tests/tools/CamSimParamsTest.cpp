@@ -30,6 +30,20 @@ protected:
         ASSERT_GT(id_, 0) << "login to the simulator failed";
     }
 
+    // A record as `get` fills it in from zero.
+    template <typename T>
+    static T read(long (*get)(long, T*)) {
+        T record{};
+        EXPECT_EQ(0, get(id_, &record));
+        return record;
+    }
+    template <typename T>
+    static T read(long (*get)(long, int, T*), int index) {
+        T record{};
+        EXPECT_EQ(0, get(id_, index, &record));
+        return record;
+    }
+
     static CamSimProcess* sim_;
     static long id_;
 };
@@ -71,6 +85,27 @@ TEST_F(CamSimParams, ImagingTextsReadFactoryValuesAndKeepWrites) {
     }
 }
 
+// Records no other test writes: a key missing from the store would leave them empty.
+TEST_F(CamSimParams, OtherRecordsReadFactoryValues) {
+    int agc = -1;
+    EXPECT_EQ(0, Kovo_GetAGCSetup(id_, 0, &agc));
+    EXPECT_EQ(1, agc);
+    EXPECT_EQ(1, read(Kovo_GetMultiVideoChannel).nD1);
+    EXPECT_STREQ("KovoCam", read(Kovo_GetWiFiConfig).szSSID);
+    EXPECT_STREQ("Managed", read(Kovo_GetWiFiConfig).szOperationMode);
+    EXPECT_STREQ("ddns.example.com", read(Kovo_GetDDNSConfig).szServer);
+    EXPECT_EQ(25, read(Kovo_GetSMTPConfig).nServerPort);
+    EXPECT_STREQ("/upload", read(Kovo_GetFTPConfig).szFilePath);
+    EXPECT_STREQ("23:59:59", read(Kovo_GetMDLinkConfig, 0).szScheduleEndTime);
+    EXPECT_EQ(25, read(Kovo_GetMDLinkConfig, 0).nLinkLocalRecordFramerate);
+    EXPECT_EQ(30, read(Kovo_GetNetDownConfig).nLinkLocalRecordKeepTime);
+    EXPECT_EQ(7001, read(Kovo_GetAlarmServiceConfig).nPort);
+    EXPECT_STREQ("Ready", read(Kovo_GetStorageInfo).szStatus);
+    EXPECT_EQ(1, read(Kovo_GetStorageControl).nControl);  // Plug-In
+    EXPECT_EQ(60, read(Kovo_GetLocalScheduleSnapParam).nInterval);
+    EXPECT_EQ(2, read(Kovo_GetSerialPortConfig, 1).nProtocol);  // PELCO_D
+}
+
 TEST_F(CamSimParams, EncoderStreamsAreSeparateAndMainStreamMatchesThePicture) {
     VIDEO_ATTRIBUTE main{}, sub{};
     main.ChannelIndex = 1;
@@ -79,6 +114,7 @@ TEST_F(CamSimParams, EncoderStreamsAreSeparateAndMainStreamMatchesThePicture) {
     EXPECT_EQ(640, main.ResolutionX);
     EXPECT_EQ(360, main.ResolutionY);
     ASSERT_EQ(0, Kovo_GetChannelAttribute(id_, &sub));
+    EXPECT_EQ(352, sub.ResolutionX);
     sub.EncodeBitRate = 768;
     sub.GOP = 50;
     ASSERT_EQ(0, Kovo_SetChannelAttribute(id_, &sub));
@@ -87,17 +123,21 @@ TEST_F(CamSimParams, EncoderStreamsAreSeparateAndMainStreamMatchesThePicture) {
     readMain.ChannelIndex = 1;
     ASSERT_EQ(0, Kovo_GetChannelAttribute(id_, &readSub));
     ASSERT_EQ(0, Kovo_GetChannelAttribute(id_, &readMain));
-    EXPECT_EQ(352, readSub.ResolutionX);
     EXPECT_EQ(768, readSub.EncodeBitRate);
     EXPECT_EQ(50, readSub.GOP);
     EXPECT_EQ(1024, readMain.EncodeBitRate);
+    VIDEO_FLIP flip{1, 0};
+    ASSERT_EQ(0, Kovo_SetVideoFlip(id_, &flip));
+    EXPECT_EQ(1, read(Kovo_GetVideoFlip).nVerticalFlip);
+    HDMI_CONFIG hdmi{1};
+    ASSERT_EQ(0, Kovo_SetHDMIConfig(id_, 0, &hdmi));
+    EXPECT_EQ(1, read(Kovo_GetHDMIConfig, 0).nEnable);
 }
 
 TEST_F(CamSimParams, OsdTitleAndAudioAttributes) {
     OSD_REGION osd{}, readOsd{};
     ASSERT_EQ(0, Kovo_GetOSDRegion(id_, 0, 1, &osd));
     EXPECT_STREQ("Kovo CamSim", osd.title);
-    EXPECT_STREQ("White", osd.titlecolor);
     copyText(osd.title, "Gate 3");
     osd.titlev = 90;
     ASSERT_EQ(0, Kovo_SetOSDRegion(id_, 0, 1, &osd));
@@ -105,60 +145,62 @@ TEST_F(CamSimParams, OsdTitleAndAudioAttributes) {
     EXPECT_STREQ("Gate 3", readOsd.title);
     EXPECT_EQ(90, readOsd.titlev);
 
-    AUDIO_ATTRIBUTE audio{}, readAudio{};
-    ASSERT_EQ(0, Kovo_GetAudioAttribute(id_, 0, &audio));
+    AUDIO_ATTRIBUTE audio = read(Kovo_GetAudioAttribute, 0);
     EXPECT_EQ(48000, audio.nSampleRate);
-    EXPECT_EQ(0, audio.nEncodeType);  // AAC
     audio.nInVolume = 25;
     ASSERT_EQ(0, Kovo_SetAudioAttribute(id_, 0, &audio));
-    ASSERT_EQ(0, Kovo_GetAudioAttribute(id_, 0, &readAudio));
-    EXPECT_EQ(25, readAudio.nInVolume);
-    EXPECT_EQ(128000, readAudio.nBitRate);
+    EXPECT_EQ(25, read(Kovo_GetAudioAttribute, 0).nInVolume);
 }
 
-TEST_F(CamSimParams, PtzCommandAndSerialPortsPerPort) {
+TEST_F(CamSimParams, PtzCommandsAndSerialPortsPerPort) {
     EXPECT_EQ(0, Kovo_PTZControl(id_, 0, 10, 5));
-    SERIALPORT_CONFIG com1{}, back{};
-    ASSERT_EQ(0, Kovo_GetSerialPortConfig(id_, 1, &com1));
-    EXPECT_EQ(2, com1.nProtocol);  // PELCO_D
-    EXPECT_EQ(9600, com1.nBaudRate);
-    SERIALPORT_CONFIG com2 = com1;
+    SERIALPORT_CONFIG com2 = read(Kovo_GetSerialPortConfig, 1);
+    EXPECT_EQ(9600, com2.nBaudRate);
     com2.nBaudRate = 4800;
     ASSERT_EQ(0, Kovo_SetSerialPortConfig(id_, 2, &com2));
-    ASSERT_EQ(0, Kovo_GetSerialPortConfig(id_, 2, &back));
-    EXPECT_EQ(4800, back.nBaudRate);
-    ASSERT_EQ(0, Kovo_GetSerialPortConfig(id_, 1, &back));
-    EXPECT_EQ(9600, back.nBaudRate);
+    EXPECT_EQ(4800, read(Kovo_GetSerialPortConfig, 2).nBaudRate);
+    EXPECT_EQ(9600, read(Kovo_GetSerialPortConfig, 1).nBaudRate);
+    PTMODULE_CONFIG pt{1, 0, 2, 200};
+    ASSERT_EQ(0, Kovo_SetPTModuleConfig(id_, 0, &pt));
+    EXPECT_EQ(200, read(Kovo_GetPTModuleConfig, 0).nPara2);
+    HOME_FUNCTION home{1, 2, 4, 30};
+    ASSERT_EQ(0, Kovo_SetHomeFunction(id_, &home));
+    EXPECT_EQ(30, read(Kovo_GetHomeFunction).HomeFunctionIdle);
+    unsigned char raw[] = {0xFF, 0x01, 0x00, 0x08};
+    EXPECT_EQ(0, Kovo_TransparentTransfer(id_, 0, raw, 4));
+    char mode[] = "Manual";
+    EXPECT_EQ(0, Kovo_AuxilControl(id_, 1, mode, 1));
 }
 
 TEST_F(CamSimParams, SystemIdentityClockAndReboot) {
     char sn[256] = "";
     ASSERT_EQ(0, Kovo_GetProductSN(id_, sn));
     EXPECT_GT(std::strlen(sn), 8u);
-    VERSION_INFO version{};
-    ASSERT_EQ(0, Kovo_GetVersionInfo(id_, &version));
-    EXPECT_NE(nullptr, std::strstr(version.szFirmWareVersion, "2.1.2"));
-    DATETIME_CONFIG clock{1, "", 8, "OFF"}, back{};
+    EXPECT_NE(nullptr, std::strstr(read(Kovo_GetVersionInfo).szFirmWareVersion, "2.1.2"));
+    DATETIME_CONFIG clock{1, "", 8, "OFF"};
     copyText(clock.szNtpServer, "time.example.com");
     ASSERT_EQ(0, Kovo_SetDateTime(id_, &clock));
-    ASSERT_EQ(0, Kovo_GetDateTime(id_, &back));
+    const DATETIME_CONFIG back = read(Kovo_GetDateTime);
     EXPECT_STREQ("time.example.com", back.szNtpServer);
     EXPECT_EQ(8, back.nDstMode);
+    WATCHDOG_CONFIG dog{0};
+    ASSERT_EQ(0, Kovo_SetWatchdogConfig(id_, 0, &dog));
+    EXPECT_EQ(0, read(Kovo_GetWatchdogConfig, 0).nEanble);
     EXPECT_EQ(0, Kovo_RebootDevice(id_));
 }
 
-TEST_F(CamSimParams, NetworkAddress) {
-    NET_CONFIG net{}, back{};
-    ASSERT_EQ(0, Kovo_GetNetConfig(id_, &net));
+TEST_F(CamSimParams, NetworkAddressAndPppoe) {
+    NET_CONFIG net = read(Kovo_GetNetConfig);
     EXPECT_STREQ("192.168.1.64", net.szIP);
-    EXPECT_STREQ("255.255.255.0", net.szNetMask);
     copyText(net.szIP, "10.1.2.3");
     ASSERT_EQ(0, Kovo_SetNetConfig(id_, &net));
-    ASSERT_EQ(0, Kovo_GetNetConfig(id_, &back));
-    EXPECT_STREQ("10.1.2.3", back.szIP);
+    EXPECT_STREQ("10.1.2.3", read(Kovo_GetNetConfig).szIP);
+    PPPOE_CONFIG pppoe{1, "user", "secret"};
+    ASSERT_EQ(0, Kovo_SetPPPoEConfig(id_, &pppoe));
+    EXPECT_STREQ("user", read(Kovo_GetPPPoEConfig).szUser);
 }
 
-TEST_F(CamSimParams, MailRecipientsPerSlotAndFtp) {
+TEST_F(CamSimParams, MailRecipientsPerSlot) {
     SMTP_NOTIFY slot2{2, "", "", ""}, read1{1, "", "", ""}, read2{2, "", "", ""};
     copyText(slot2.szToEmail, "night@example.com");
     copyText(slot2.szCcEmail, "boss@example.com");
@@ -169,10 +211,6 @@ TEST_F(CamSimParams, MailRecipientsPerSlotAndFtp) {
     EXPECT_STREQ("operator@example.com", read1.szToEmail);
     EXPECT_STREQ("night@example.com", read2.szToEmail);
     EXPECT_STREQ("Night shift alarm", read2.szSubject);
-    FTP_CONFIG ftp{};
-    ASSERT_EQ(0, Kovo_GetFTPConfig(id_, &ftp));
-    EXPECT_EQ(21, ftp.nServerPort);
-    EXPECT_STREQ("/upload", ftp.szFilePath);
 }
 
 TEST_F(CamSimParams, MotionAreasAndAlarmContacts) {
@@ -184,24 +222,23 @@ TEST_F(CamSimParams, MotionAreasAndAlarmContacts) {
     EXPECT_EQ(70, read2.nSensitivity);
     EXPECT_EQ(200, read2.nAreaWidth);
     EXPECT_EQ(120, read2.nAreaHeight);
-    ALARMIN_CONFIG in3{1}, readIn1{1}, readIn3{0};
+    ALARMIN_CONFIG in3{1};
     ASSERT_EQ(0, Kovo_SetAlarmInConfig(id_, 3, &in3));
-    ASSERT_EQ(0, Kovo_GetAlarmInConfig(id_, 1, &readIn1));
-    ASSERT_EQ(0, Kovo_GetAlarmInConfig(id_, 3, &readIn3));
-    EXPECT_EQ(0, readIn1.nInputMode);
-    EXPECT_EQ(1, readIn3.nInputMode);
+    EXPECT_EQ(0, read(Kovo_GetAlarmInConfig, 1).nInputMode);
+    EXPECT_EQ(1, read(Kovo_GetAlarmInConfig, 3).nInputMode);
 }
 
 TEST_F(CamSimParams, StorageAndRecording) {
-    STORAGE_DEVICE_INFO info{};
-    ASSERT_EQ(0, Kovo_GetStorageInfo(id_, &info));
-    EXPECT_STREQ("Ready", info.szStatus);
-    EXPECT_GT(info.lCapability, info.lFree);
-    LOCAL_RECORD_PARAM record{1, "07:00:00", "19:00:00", 0, "", "", 0}, readRecord{};
+    STORAGE_DEVICE_MODE mode{1, 1};
+    ASSERT_EQ(0, Kovo_SetStorageMode(id_, &mode));
+    EXPECT_EQ(1, read(Kovo_GetStorageMode).nSequenceMode);
+    LOCAL_RECORD_PARAM record{1, "07:00:00", "19:00:00", 0, "", "", 0};
     ASSERT_EQ(0, Kovo_SetLocalRecordParam(id_, &record));
-    ASSERT_EQ(0, Kovo_GetLocalRecordParam(id_, &readRecord));
-    EXPECT_EQ(1, readRecord.nEnable);
-    EXPECT_STREQ("07:00:00", readRecord.szStartTime);
+    EXPECT_STREQ("07:00:00", read(Kovo_GetLocalRecordParam).szStartTime);
+    REMOTE_SNAP remote{"snap.jpg", 1, 90};
+    EXPECT_EQ(0, Kovo_RemoteSnap(id_, &remote));
+    REMOTE_RECORD_CONFIG recording{"clip.avi", 1};
+    EXPECT_EQ(0, Kovo_SetRemoteRecordConfig(id_, &recording));
 }
 
 TEST_F(CamSimParams, FileSearchPagesThroughTheListAndDeleteRemovesAFile) {
@@ -222,6 +259,9 @@ TEST_F(CamSimParams, FileSearchPagesThroughTheListAndDeleteRemovesAFile) {
     ASSERT_EQ(0, Kovo_QueryFileList(id_, &count, &list));
     EXPECT_EQ(6, count);
     Kovo_FreeFileList(list);
+    DOWNLOAD_CONFIG download{1, 9000};
+    ASSERT_EQ(0, Kovo_SetDownloadConfig(id_, &download));
+    EXPECT_EQ(9000, read(Kovo_GetDownloadConfig).nPort);
 }
 
 TEST_F(CamSimParams, LogShowsEveryRequestAsABlock) {
