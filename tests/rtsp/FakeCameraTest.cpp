@@ -84,14 +84,17 @@ TEST(FakeCamera, RecordsPipelinedAndSplitRequestsAndEchoesCSeqByDefault) {
 
     const auto all = cam.requests();
     ASSERT_EQ(all.size(), 4u);
+    EXPECT_EQ(all[1].method, "DESCRIBE");
     const Request& setup = all[2];
     EXPECT_EQ(setup.method, "SETUP");
     EXPECT_EQ(setup.url, "rtsp://127.0.0.1/x");
+    EXPECT_EQ(setup.version, "RTSP/1.0");
     EXPECT_EQ(setup.requestLine, "SETUP rtsp://127.0.0.1/x RTSP/1.0");
     EXPECT_EQ(setup.lines, (std::vector<std::string>{"CSeq: 3", "User-Agent: t"}));
     EXPECT_EQ(setup.raw, third);
     EXPECT_EQ(setup.header("CSeq"), "3");
     EXPECT_EQ(setup.header("Cseq"), "");
+    EXPECT_TRUE(setup.hasLine("User-Agent: t"));
     EXPECT_EQ(setup.connection, 0);
     EXPECT_EQ(all[3].connection, 1);
     EXPECT_EQ(cam.requests("DESCRIBE").size(), 1u);
