@@ -1,9 +1,5 @@
-// The outcomes every parameter export shares, run over one table of all of
-// them: a bad id (-1, nothing sent), an unknown id (-3), a status other than
-// 200 (-2, record untouched), a 200 reply without the keys (0, record
-// untouched), each with its exact trace text.
-#include <algorithm>
-#include <climits>
+// The outcomes every parameter export of the imaging, video, OSD, audio, PTZ,
+// serial and system families shares (see runExportCases), over one table.
 #include <cstring>
 #include <functional>
 #include <string>
@@ -11,27 +7,9 @@
 
 #include "ParamTestSupport.h"
 
-using kovo::test::isTrace;
-using kovo::test::LoggedInCamera;
-using kovo::test::StdoutCapture;
-using kovo::test::tracesOnly;
+using kovo::test::ExportCase;
 
 namespace {
-
-constexpr size_t kScratchSize = 1024;
-constexpr char kUntouched = 'Z';
-
-struct ExportCase {
-    const char* name;
-    // Calls the export with valid other arguments; a Get fills `scratch`.
-    std::function<long(long id, void* scratch)> call;
-    bool fillsScratch;
-    const char* invalid;   // trace of -1
-    const char* noDevice;  // trace of -3
-    const char* failed;    // trace of -2, null when silent
-    const char* success;   // trace of 0, null when silent
-    long noDeviceCode = -3;
-};
 
 // A text argument in writable storage.
 std::string g_text = "value";
@@ -206,85 +184,8 @@ std::vector<ExportCase> allExports() {
     };
 }
 
-struct Outcome {
-    long result;
-    std::string traces;
-    size_t requests;
-    bool scratchUntouched;
-};
-
-Outcome run(LoggedInCamera& cam, const ExportCase& c, long id) {
-    cam.cam.clearRequests();
-    std::vector<char> scratch(kScratchSize, kUntouched);
-    StdoutCapture out;
-    const long result = c.call(id, scratch.data());
-    const std::string traces = tracesOnly(out.text());
-    const bool untouched = std::all_of(scratch.begin(), scratch.end(), [](char b) { return b == kUntouched; });
-    return {result, traces, cam.cam.requestCount(), untouched};
-}
-
-void expectTrace(const std::string& traces, const char* message) {
-    if (message) {
-        EXPECT_TRUE(isTrace(traces, message)) << "traced: " << traces << "expected: " << message;
-    } else {
-        EXPECT_EQ(traces, "");
-    }
-}
-
-// Ids 0 and below are refused (-1) before any lookup; an id without a device is -3.
-TEST(ParamFailures, BadOrUnknownDeviceIdSendsNothing) {
-    LoggedInCamera cam;
-    for (const ExportCase& c : allExports()) {
-        for (long id : {0L, -1L, LONG_MIN, 987654L}) {
-            SCOPED_TRACE(std::string(c.name) + " id " + std::to_string(id));
-            const Outcome o = run(cam, c, id);
-            EXPECT_EQ(o.result, id > 0 ? c.noDeviceCode : -1);
-            EXPECT_EQ(o.requests, 0u);
-            EXPECT_TRUE(o.scratchUntouched);
-            expectTrace(o.traces, id > 0 ? c.noDevice : c.invalid);
-        }
-    }
-}
-
-TEST(ParamFailures, StatusOtherThan200FailsAndLeavesTheRecord) {
-    LoggedInCamera cam;
-    for (int status : {201, 500}) {
-        cam.answerStatus(status);
-        for (const ExportCase& c : allExports()) {
-            SCOPED_TRACE(std::string(c.name) + " status " + std::to_string(status));
-            const Outcome o = run(cam, c, cam.id);
-            EXPECT_EQ(o.result, -2);
-            EXPECT_EQ(o.requests, 1u);
-            EXPECT_TRUE(o.scratchUntouched);
-            expectTrace(o.traces, c.failed);
-        }
-    }
-}
-
-TEST(ParamFailures, MissingKeysSucceedWithoutTouchingTheRecord) {
-    LoggedInCamera cam;
-    cam.answer({"Unrelated: 1"});
-    for (const ExportCase& c : allExports()) {
-        SCOPED_TRACE(c.name);
-        const Outcome o = run(cam, c, cam.id);
-        EXPECT_EQ(o.result, 0);
-        EXPECT_EQ(o.requests, 1u);
-        EXPECT_TRUE(o.scratchUntouched);
-        expectTrace(o.traces, c.success);
-    }
-}
-
-TEST(ParamFailures, NullRecordOrBufferIsRejected) {
-    LoggedInCamera cam;
-    for (const ExportCase& c : allExports()) {
-        if (!c.fillsScratch) continue;
-        SCOPED_TRACE(c.name);
-        cam.cam.clearRequests();
-        StdoutCapture out;
-        EXPECT_EQ(c.call(cam.id, nullptr), -1);
-        EXPECT_EQ(cam.cam.requestCount(), 0u);
-        expectTrace(tracesOnly(out.text()), c.invalid);
-    }
+TEST(ParamFailures, SharedOutcomesOfEveryExport) {
+    kovo::test::runExportCases(allExports());
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // The exchange shared by all parameter exports: which connection carries it,
 // the URL and header lines, the per-device lock, a camera that goes away,
-// and the value rules of the record tables.
+// and the exported parsing helpers.
 #include <atomic>
 #include <cstring>
 #include <string>
@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "ParamTestSupport.h"
-#include "sdk/ParamFrame.h"
 #include "sdk/ParamSplit.h"
 
 using kovo::test::kContentType;
@@ -202,61 +201,6 @@ TEST(ParamFrame, ResolutionConversions) {
     EXPECT_TRUE(std::regex_match(traces, std::regex("(Video_ConvertToVideoPixel\\[[0-9]+\\]\n\r\n){2}"
                                                     "(Video_ConvertFromVideoPixel\\[[0-9]+\\]\n\r\n){2}")))
         << traces;
-}
-
-// The value rules of the record tables, including the key prefix of a
-// block shared by several records.
-struct Block {
-    int on;
-    int off;
-    char name[8];
-    long size;
-    int scanned;
-    int x, y;
-};
-
-const char* const kLevelNames[] = {"low", "mid", "high"};
-const kovo::param::Words kLevels = kovo::param::words(kLevelNames, 1, 2);
-
-const kovo::param::Field kBlockFields[] = {
-    KOVO_FIELD(Block, on, "On", SwitchOn),
-    KOVO_FIELD(Block, off, "Off", SwitchOff),
-    KOVO_FIELD(Block, name, "Name", Text),
-    KOVO_FIELD(Block, size, "Size", Long),
-    KOVO_FIELD(Block, scanned, "Scanned", IntScan),
-    KOVO_PAIR_FIELD(Block, x, y, "Pair"),
-    KOVO_WORD_FIELD(Block, scanned, "Level", Word, &kLevels),
-};
-
-TEST(ParamFrame, TableRulesComposeAndConvertWithAPrefix) {
-    Block b{0, 3, {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h'}, -9000000000L, 2, 640, 480};
-    std::vector<std::string> lines;
-    for (const auto& f : kBlockFields) lines.push_back(kovo::param::composeLine(f, &b, "Alarm"));
-    EXPECT_EQ(lines, (std::vector<std::string>{"AlarmOn: OFF", "AlarmOff: ON", "AlarmName: abcdefgh",
-                                               "AlarmSize: -9000000000", "AlarmScanned: 2", "AlarmPair: 640, 480",
-                                               "AlarmLevel: high"}));
-    b.scanned = 7;
-    EXPECT_EQ(kovo::param::composeLine(kBlockFields[6], &b), "Level: mid");
-
-    struct Answer {
-        int field;
-        const char* value;
-    };
-    const Answer answers[] = {{0, "ON"}, {1, "on"}, {2, "xyz"}, {3, " 123abc"}, {4, "none"}, {5, "1, x"}};
-    for (const Answer& a : answers) kovo::param::convertAnswer(kBlockFields[a.field], a.value, &b);
-    EXPECT_EQ(b.on, 1);
-    EXPECT_EQ(b.off, 1);
-    EXPECT_EQ(std::string(b.name, sizeof b.name), std::string("xyz\0\0\0\0\0", 8));
-    EXPECT_EQ(b.size, 123);
-    EXPECT_EQ(b.scanned, 7);
-    EXPECT_EQ(b.x, 1);
-    EXPECT_EQ(b.y, 480);
-    kovo::param::convertAnswer(kBlockFields[6], "low", &b);
-    EXPECT_EQ(b.scanned, 0);
-    kovo::param::convertAnswer(kBlockFields[6], "LOW", &b);
-    EXPECT_EQ(b.scanned, 2);
-    kovo::param::convertAnswer(kBlockFields[1], "OFF", &b);
-    EXPECT_EQ(b.off, 0);
 }
 
 }  // namespace

@@ -8,8 +8,6 @@
 
 #include "ParamTestSupport.h"
 
-using kovo::test::kContentType;
-using kovo::test::LoggedInCamera;
 
 namespace {
 
@@ -22,21 +20,11 @@ struct GetCase {
 };
 
 void runGetCases(const std::vector<GetCase>& cases) {
-    LoggedInCamera cam;
-    ASSERT_GT(cam.id, 0);
+    std::vector<kovo::test::GetCase> checks;
     for (const GetCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        cam.cam.clearRequests();
-        cam.cam.onMethod("GET_PARAMETER", kovo::test::Reply::ok(c.reply));
-        EXPECT_EQ(c.call(cam.id), c.filled);
-        std::vector<std::string> expected{kContentType};
-        expected.insert(expected.end(), c.keys.begin(), c.keys.end());
-        const auto requests = cam.cam.requests();
-        ASSERT_EQ(requests.size(), 1u);
-        EXPECT_EQ(requests[0].method, "GET_PARAMETER");
-        EXPECT_EQ(requests[0].url, "rtsp://127.0.0.1");
-        EXPECT_EQ(kovo::test::paramLines(requests[0]), expected);
+        checks.push_back({c.name, c.keys, c.reply, [c](long id) { EXPECT_EQ(c.call(id), c.filled); }});
     }
+    kovo::test::runGetCases(checks);
 }
 
 // "0:" prefixed with the return code, then the values separated by blanks.

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 #include <functional>
 #include <regex>
@@ -118,14 +120,6 @@ struct RejectCase {
     const char* trace;  // of a refusal
 };
 
-// The traces of an export on status 400 and on status 200.
-struct OutcomeCase {
-    const char* name;
-    std::function<long(long id)> call;
-    const char* failed;   // null: silent
-    const char* success;
-};
-
 inline std::vector<std::string> afterContentType(std::vector<std::string> lines) {
     std::vector<std::string> expected{kContentType};
     expected.insert(expected.end(), lines.begin(), lines.end());
@@ -158,6 +152,7 @@ inline void runGetCases(const std::vector<GetCase>& cases) {
         const auto requests = cam.cam.requests();
         ASSERT_EQ(requests.size(), 1u);
         EXPECT_EQ(requests[0].method, "GET_PARAMETER");
+        EXPECT_EQ(requests[0].url, "rtsp://127.0.0.1");
         EXPECT_EQ(paramLines(requests[0]), afterContentType(c.keys));
     }
 }
@@ -178,26 +173,70 @@ inline void runRejectCases(const std::vector<RejectCase>& cases) {
     }
 }
 
-inline void runOutcomeCases(const std::vector<OutcomeCase>& cases) {
+// One export run through the outcomes every parameter export shares: ids 0
+// and below (-1) and an id without a device (-3 unless noDeviceCode) send
+// nothing; a status other than 200 fails (-2) and a 200 without the asked
+// keys succeeds (0), both leaving the record untouched; a Get refuses a null
+// record (-1). Each outcome with its exact trace.
+struct ExportCase {
+    std::string name;
+    // Calls the export with valid other arguments; a Get fills `scratch`.
+    std::function<long(long id, void* scratch)> call;
+    bool fillsScratch;
+    std::string invalid;   // trace of -1
+    std::string noDevice;  // trace of -3
+    const char* failed;    // trace of -2, null when silent
+    const char* success;   // trace of 0, null when silent
+    long noDeviceCode = -3;
+};
+
+// A Get whose traces of -1 and -3 read "<name>[%d] invalid input." (or
+// invalidWords) and "<name>[%d] device null.".
+template <typename Record>
+ExportCase getCase(const std::string& name, std::function<long(long, Record*)> get, const char* failed,
+                   const char* success, const char* invalidWords = "invalid input") {
+    return {name, [get](long id, void* s) { return get(id, static_cast<Record*>(s)); }, true,
+            name + "[%d] " + invalidWords + ".\n", name + "[%d] device null.\n", failed, success};
+}
+
+// A Set or command given valid arguments, traced like getCase.
+inline ExportCase setCase(const std::string& name, std::function<long(long)> set, const char* failed,
+                          const char* success, const char* invalidWords = "invalid input") {
+    return {name, [set](long id, void*) { return set(id); }, false, name + "[%d] " + invalidWords + ".\n",
+            name + "[%d] device null.\n", failed, success};
+}
+
+inline void expectTrace(const std::string& traces, const char* message) {
+    if (message) {
+        EXPECT_TRUE(isTrace(traces, message)) << "traced: " << traces << "expected: " << message;
+    } else {
+        EXPECT_EQ(traces, "");
+    }
+}
+
+inline void runExportCases(const std::vector<ExportCase>& cases) {
     LoggedInCamera cam;
     ASSERT_GT(cam.id, 0);
-    for (const OutcomeCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        cam.answerStatus(400);
-        {
-            StdoutCapture out;
-            EXPECT_EQ(c.call(cam.id), -2);
-            const std::string traces = tracesOnly(out.text());
-            if (c.failed)
-                EXPECT_TRUE(isTrace(traces, c.failed)) << traces;
-            else
-                EXPECT_EQ(traces, "");
-        }
-        cam.answerStatus(200);
+    auto run = [&](const ExportCase& c, long id, bool withRecord, long code, size_t requests, const char* trace) {
+        cam.cam.clearRequests();
+        std::vector<char> scratch(1024, 'Z');
         StdoutCapture out;
-        EXPECT_EQ(c.call(cam.id), 0);
-        const std::string traces = tracesOnly(out.text());
-        EXPECT_TRUE(isTrace(traces, c.success)) << traces;
+        EXPECT_EQ(c.call(id, withRecord ? scratch.data() : nullptr), code);
+        expectTrace(tracesOnly(out.text()), trace);
+        EXPECT_EQ(cam.cam.requestCount(), requests);
+        EXPECT_TRUE(std::all_of(scratch.begin(), scratch.end(), [](char b) { return b == 'Z'; }));
+    };
+    for (const ExportCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        for (long id : {0L, -1L, LONG_MIN}) run(c, id, true, -1, 0, c.invalid.c_str());
+        run(c, kUnknownId, true, c.noDeviceCode, 0, c.noDevice.c_str());
+        if (c.fillsScratch) run(c, cam.id, false, -1, 0, c.invalid.c_str());
+        for (int status : {201, 500}) {
+            cam.answerStatus(status);
+            run(c, cam.id, true, -2, 1, c.failed);
+        }
+        cam.answer({"Unrelated: 1"});
+        run(c, cam.id, true, 0, 1, c.success);
     }
 }
 

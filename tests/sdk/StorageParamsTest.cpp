@@ -32,6 +32,10 @@ REMOTE_SNAP remoteSnap() {
     return s;
 }
 
+std::function<long(long)> setControl(int control) {
+    return [control](long id) { STORAGE_DEVICE_CONTROL c{control}; return Kovo_SetStorageControl(id, &c); };
+}
+
 TEST(StorageParams, SetLines) {
     const std::string k256(256, 'f');
     runSetLinesCases({
@@ -39,12 +43,9 @@ TEST(StorageParams, SetLines) {
          {"LocalStoreEnable: ON", "LocalStoreSequence: once"}},
         {"mode 2 is recycle", [](long id) { STORAGE_DEVICE_MODE m{0, 2}; return Kovo_SetStorageMode(id, &m); },
          {"LocalStoreEnable: OFF", "LocalStoreSequence: recycle"}},
-        {"control 0", [](long id) { STORAGE_DEVICE_CONTROL c{0}; return Kovo_SetStorageControl(id, &c); },
-         {"StorageDeviceCtrl: Format"}},
-        {"control 1", [](long id) { STORAGE_DEVICE_CONTROL c{1}; return Kovo_SetStorageControl(id, &c); },
-         {"StorageDeviceCtrl: Plug-In"}},
-        {"control 2", [](long id) { STORAGE_DEVICE_CONTROL c{2}; return Kovo_SetStorageControl(id, &c); },
-         {"StorageDeviceCtrl: Un-Plug"}},
+        {"control 0", setControl(0), {"StorageDeviceCtrl: Format"}},
+        {"control 1", setControl(1), {"StorageDeviceCtrl: Plug-In"}},
+        {"control 2", setControl(2), {"StorageDeviceCtrl: Un-Plug"}},
         {"record schedule, second period left out",
          [](long id) { LOCAL_RECORD_PARAM r = recordSchedule(); return Kovo_SetLocalRecordParam(id, &r); },
          {"LocalStorageScheduleEnable: ON", "LocalStorageScheduleStartTime: 08:00:00",
@@ -97,36 +98,29 @@ TEST(StorageParams, SetLines) {
     });
 }
 
+std::string storageMode(long id, STORAGE_DEVICE_MODE m) {
+    EXPECT_EQ(Kovo_GetStorageMode(id, &m), 0);
+    return joined(m.nEnable, m.nSequenceMode);
+}
+
+int storageControl(long id, int before) {
+    STORAGE_DEVICE_CONTROL c{before};
+    EXPECT_EQ(Kovo_GetStorageControl(id, &c), 0);
+    return c.nControl;
+}
+
 TEST(StorageParams, GetConversions) {
     const std::string k100(100, 'd');
     runGetCases({
-        {"mode: only exactly once is 1; enable off only for exactly OFF",
-         {"LocalStoreEnable", "LocalStoreSequence"}, {"LocalStoreEnable: off", "LocalStoreSequence: Once"},
-         [](long id) {
-             STORAGE_DEVICE_MODE m{0, 1};
-             ASSERT_EQ(Kovo_GetStorageMode(id, &m), 0);
-             EXPECT_EQ(m.nEnable, 1);
-             EXPECT_EQ(m.nSequenceMode, 0);
-         }},
+        {"mode: only exactly once is 1; enable off only for exactly OFF", {"LocalStoreEnable", "LocalStoreSequence"},
+         {"LocalStoreEnable: off", "LocalStoreSequence: Once"},
+         [](long id) { EXPECT_EQ(storageMode(id, {0, 1}), "1|0|"); }},
         {"mode: once", {"LocalStoreEnable", "LocalStoreSequence"}, {"LocalStoreEnable: OFF", "LocalStoreSequence: once"},
-         [](long id) {
-             STORAGE_DEVICE_MODE m{1, 0};
-             ASSERT_EQ(Kovo_GetStorageMode(id, &m), 0);
-             EXPECT_EQ(m.nEnable, 0);
-             EXPECT_EQ(m.nSequenceMode, 1);
-         }},
+         [](long id) { EXPECT_EQ(storageMode(id, {1, 0}), "0|1|"); }},
         {"control: Un-Plug", {"StorageDeviceCtrl"}, {"StorageDeviceCtrl: Un-Plug"},
-         [](long id) {
-             STORAGE_DEVICE_CONTROL c{0};
-             ASSERT_EQ(Kovo_GetStorageControl(id, &c), 0);
-             EXPECT_EQ(c.nControl, 2);
-         }},
+         [](long id) { EXPECT_EQ(storageControl(id, 0), 2); }},
         {"control: plug-in in lower case reads 0", {"StorageDeviceCtrl"}, {"StorageDeviceCtrl: plug-in"},
-         [](long id) {
-             STORAGE_DEVICE_CONTROL c{1};
-             ASSERT_EQ(Kovo_GetStorageControl(id, &c), 0);
-             EXPECT_EQ(c.nControl, 0);
-         }},
+         [](long id) { EXPECT_EQ(storageControl(id, 1), 0); }},
         {"info: the description bounded to 32 bytes, the rest of the array kept",
          {"StorageDeviceStatus", "StorageDeviceDescription", "StorageDeviceCapbility", "StorageDeviceIdleCapbility"},
          {"StorageDeviceStatus: ready", "StorageDeviceDescription: " + k100, "StorageDeviceCapbility: 7812500",
@@ -135,11 +129,8 @@ TEST(StorageParams, GetConversions) {
              STORAGE_DEVICE_INFO info{};
              fill(info.szDescription, std::string(255, 'x'));
              ASSERT_EQ(Kovo_GetStorageInfo(id, &info), 0);
-             EXPECT_EQ(textOf(info.szStatus), "ready");
-             EXPECT_EQ(std::string(info.szDescription, 32), k100.substr(0, 32));
-             EXPECT_EQ(textOf(info.szDescription), k100.substr(0, 32) + std::string(255 - 32, 'x'));
-             EXPECT_EQ(info.lCapability, 7812500);
-             EXPECT_EQ(info.lFree, 1024);
+             EXPECT_EQ(joined(textOf(info.szStatus), textOf(info.szDescription), info.lCapability, info.lFree),
+                       "ready|" + k100.substr(0, 32) + std::string(255 - 32, 'x') + "|7812500|1024|");
          }},
         {"record schedule: switches by the OFF rule",
          {"LocalStorageScheduleEnable", "LocalStorageScheduleStartTime", "LocalStorageScheduleEndTime",
@@ -153,12 +144,9 @@ TEST(StorageParams, GetConversions) {
              r.nEnable2 = 1;
              fill(r.szEndTime, "kept");
              ASSERT_EQ(Kovo_GetLocalRecordParam(id, &r), 0);
-             EXPECT_EQ(r.nEnable, 1);
-             EXPECT_EQ(textOf(r.szStartTime), "01:00:00");
-             EXPECT_EQ(textOf(r.szEndTime), "kept");
-             EXPECT_EQ(r.nEnable2, 0);
-             EXPECT_EQ(textOf(r.szEndTime2), "02:00:00");
-             EXPECT_EQ(r.nEmailEnable, 1);
+             EXPECT_EQ(joined(r.nEnable, textOf(r.szStartTime), textOf(r.szEndTime), r.nEnable2, textOf(r.szEndTime2),
+                              r.nEmailEnable),
+                       "1|01:00:00|kept|0|02:00:00|1|");
          }},
         {"snap schedule: enables by the OFF rule, FTP and mail by the ON rule",
          {"LocalScheduleSnapEnable", "LocalScheduleSnapStartTime", "LocalScheduleSnapEndTime",
@@ -172,37 +160,20 @@ TEST(StorageParams, GetConversions) {
              LOCAL_SCHEDULE_SNAP_PARAM s{};
              s.nFtpEnable = 1;
              ASSERT_EQ(Kovo_GetLocalScheduleSnapParam(id, &s), 0);
-             EXPECT_EQ(s.nEnable, 1);
-             EXPECT_EQ(s.nEnable2, 1);
-             EXPECT_EQ(s.nInterval, 30);
-             EXPECT_EQ(s.nQuality, 80);
-             EXPECT_EQ(s.nFtpEnable, 0);
-             EXPECT_EQ(s.nEmailEnable, 1);
-             EXPECT_EQ(textOf(s.szEndTime2), "09:00:00");
+             EXPECT_EQ(joined(s.nEnable, s.nEnable2, s.nInterval, s.nQuality, s.nFtpEnable, s.nEmailEnable,
+                              textOf(s.szEndTime2)),
+                       "1|1|30|80|0|1|09:00:00|");
          }},
     });
 }
 
 TEST(StorageParams, Rejections) {
     runRejectCases({
-        {"mode id 0", [](long) { STORAGE_DEVICE_MODE m{}; return Kovo_SetStorageMode(0, &m); }, -1,
-         "SetStorageMode[%d] invalid input.\n"},
-        {"mode unknown", [](long) { STORAGE_DEVICE_MODE m{}; return Kovo_SetStorageMode(kUnknownId, &m); }, -3,
-         "SetStorageMode[%d] device null.\n"},
-        {"get mode null", [](long id) { return Kovo_GetStorageMode(id, nullptr); }, -1,
-         "GetStorageMode[%d] invalid input.\n"},
         {"control 3, before the lookup",
          [](long) { STORAGE_DEVICE_CONTROL c{3}; return Kovo_SetStorageControl(kUnknownId, &c); }, -1,
          "SetStorageControl[%d] invalid control.\n"},
         {"control null", [](long id) { return Kovo_SetStorageControl(id, nullptr); }, -1,
          "SetStorageControl[%d] invalid input.\n"},
-        {"get control reports as the information Get",
-         [](long) { STORAGE_DEVICE_CONTROL c{}; return Kovo_GetStorageControl(kUnknownId, &c); }, -3,
-         "GetStorageInfo[%d] device null.\n"},
-        {"get control null", [](long id) { return Kovo_GetStorageControl(id, nullptr); }, -1,
-         "GetStorageInfo[%d] invalid input.\n"},
-        {"get info unknown", [](long) { STORAGE_DEVICE_INFO i{}; return Kovo_GetStorageInfo(kUnknownId, &i); }, -3,
-         "GetStorageInfo[%d] device null.\n"},
         {"record: first period reversed",
          [](long id) {
              LOCAL_RECORD_PARAM r = recordSchedule();
@@ -225,23 +196,12 @@ TEST(StorageParams, Rejections) {
              return Kovo_SetLocalRecordParam(kUnknownId, &r);
          },
          -1, "SetLocalRecordParam[%d] time range 2 invalid.\n"},
-        {"record unknown device",
-         [](long) { LOCAL_RECORD_PARAM r = recordSchedule(); return Kovo_SetLocalRecordParam(kUnknownId, &r); }, -3,
-         "SetLocalRecordParam[%d] device null.\n"},
         {"snap interval 0",
          [](long id) { LOCAL_SCHEDULE_SNAP_PARAM s = snapSchedule(); s.nInterval = 0; return Kovo_SetLocalScheduleSnapParam(id, &s); },
          -1, "SetLocalScheduleSnapParam[%d] invalid input.\n"},
         {"snap quality 101",
          [](long id) { LOCAL_SCHEDULE_SNAP_PARAM s = snapSchedule(); s.nQuality = 101; return Kovo_SetLocalScheduleSnapParam(id, &s); },
          -1, "SetLocalScheduleSnapParam[%d] invalid input.\n"},
-        {"snap unknown",
-         [](long) { LOCAL_SCHEDULE_SNAP_PARAM s = snapSchedule(); return Kovo_SetLocalScheduleSnapParam(kUnknownId, &s); },
-         -3, "SetLocalScheduleSnapParam[%d] device null.\n"},
-        {"get record null", [](long id) { return Kovo_GetLocalRecordParam(id, nullptr); }, -1,
-         "GetLocalRecordParam[%d] invalid input.\n"},
-        {"get snap unknown",
-         [](long) { LOCAL_SCHEDULE_SNAP_PARAM s{}; return Kovo_GetLocalScheduleSnapParam(kUnknownId, &s); }, -3,
-         "GetLocalScheduleSnapParam[%d] device null.\n"},
         {"remote snap without file",
          [](long id) { REMOTE_SNAP s = remoteSnap(); s.szJpegFileName[0] = 0; return Kovo_RemoteSnap(id, &s); }, -1,
          "RemoteSnap[%d] invalid file.\n"},
@@ -251,44 +211,42 @@ TEST(StorageParams, Rejections) {
         {"remote snap quality 0",
          [](long id) { REMOTE_SNAP s = remoteSnap(); s.nJpegQuality = 0; return Kovo_RemoteSnap(id, &s); }, -1,
          "RemoteSnap[%d] invalid quality.\n"},
-        {"remote snap unknown", [](long) { REMOTE_SNAP s = remoteSnap(); return Kovo_RemoteSnap(kUnknownId, &s); }, -3,
-         "RemoteSnap[%d] device null.\n"},
         {"remote record start without name",
          [](long id) { REMOTE_RECORD_CONFIG r{}; r.nRemoteRecordCmd = 1; return Kovo_SetRemoteRecordConfig(id, &r); },
          -1, "RemoteRecord[%d] invalid record filename.\n"},
         {"remote record null", [](long id) { return Kovo_SetRemoteRecordConfig(id, nullptr); }, -1,
          "RemoteRecord[%d] invalid input.\n"},
-        {"remote record unknown",
-         [](long) { REMOTE_RECORD_CONFIG r{}; return Kovo_SetRemoteRecordConfig(kUnknownId, &r); }, -3,
-         "RemoteRecord[%d] device null.\n"},
     });
 }
 
-TEST(StorageParams, OutcomeTraces) {
-    runOutcomeCases({
-        {"set mode", [](long id) { STORAGE_DEVICE_MODE m{}; return Kovo_SetStorageMode(id, &m); },
-         "SetStorageMode failed.\n", "SetStorageMode Successfully\n"},
-        {"get mode", [](long id) { STORAGE_DEVICE_MODE m{}; return Kovo_GetStorageMode(id, &m); },
-         "GetStorageMode failed.\n", "GetStorageMode Successfully\n"},
-        {"set control", [](long id) { STORAGE_DEVICE_CONTROL c{}; return Kovo_SetStorageControl(id, &c); },
-         "SetStorageControl failed.\n", "SetStorageControl Successfully\n"},
-        {"get control", [](long id) { STORAGE_DEVICE_CONTROL c{}; return Kovo_GetStorageControl(id, &c); },
-         "GetStorageControl failed.\n", "GetStorageControl Successfully\n"},
-        {"get info", [](long id) { STORAGE_DEVICE_INFO i{}; return Kovo_GetStorageInfo(id, &i); },
-         "GetStorageInfo failed.\n", "GetStorageInfo Successfully\n"},
-        {"set record", [](long id) { LOCAL_RECORD_PARAM r = recordSchedule(); return Kovo_SetLocalRecordParam(id, &r); },
-         "SetLocalRecordParam failed.\n", "SetLocalRecordParam Successfully\n"},
-        {"get record", [](long id) { LOCAL_RECORD_PARAM r{}; return Kovo_GetLocalRecordParam(id, &r); },
-         "GetLocalRecordParam failed.\n", "GetLocalRecordParam Successfully\n"},
-        {"set snap",
-         [](long id) { LOCAL_SCHEDULE_SNAP_PARAM s = snapSchedule(); return Kovo_SetLocalScheduleSnapParam(id, &s); },
-         "SetLocalScheduleSnapParam failed.\n", "SetLocalScheduleSnapParam Successfully\n"},
-        {"get snap", [](long id) { LOCAL_SCHEDULE_SNAP_PARAM s{}; return Kovo_GetLocalScheduleSnapParam(id, &s); },
-         "GetLocalScheduleSnapParam failed.\n", "GetLocalScheduleSnapParam Successfully\n"},
-        {"remote snap", [](long id) { REMOTE_SNAP s = remoteSnap(); return Kovo_RemoteSnap(id, &s); },
-         "RemoteSnap[%d] failed.\n", "RemoteSnap Successfully\n"},
-        {"remote record", [](long id) { REMOTE_RECORD_CONFIG r{}; return Kovo_SetRemoteRecordConfig(id, &r); },
-         "RemoteRecord failed.\n", "RemoteRecord Successfully\n"},
+TEST(StorageParams, SharedOutcomes) {
+    runExportCases({
+        setCase("SetStorageMode", [](long id) { STORAGE_DEVICE_MODE m{}; return Kovo_SetStorageMode(id, &m); },
+                "SetStorageMode failed.\n", "SetStorageMode Successfully\n"),
+        getCase<STORAGE_DEVICE_MODE>("GetStorageMode", Kovo_GetStorageMode, "GetStorageMode failed.\n",
+                                     "GetStorageMode Successfully\n"),
+        setCase("SetStorageControl", [](long id) { STORAGE_DEVICE_CONTROL c{}; return Kovo_SetStorageControl(id, &c); },
+                "SetStorageControl failed.\n", "SetStorageControl Successfully\n"),
+        // The control Get reports its refusals as the information Get.
+        getCase<STORAGE_DEVICE_CONTROL>("GetStorageInfo", Kovo_GetStorageControl, "GetStorageControl failed.\n",
+                                        "GetStorageControl Successfully\n"),
+        getCase<STORAGE_DEVICE_INFO>("GetStorageInfo", Kovo_GetStorageInfo, "GetStorageInfo failed.\n",
+                                     "GetStorageInfo Successfully\n"),
+        setCase("SetLocalRecordParam",
+                [](long id) { LOCAL_RECORD_PARAM r = recordSchedule(); return Kovo_SetLocalRecordParam(id, &r); },
+                "SetLocalRecordParam failed.\n", "SetLocalRecordParam Successfully\n"),
+        getCase<LOCAL_RECORD_PARAM>("GetLocalRecordParam", Kovo_GetLocalRecordParam, "GetLocalRecordParam failed.\n",
+                                    "GetLocalRecordParam Successfully\n"),
+        setCase("SetLocalScheduleSnapParam",
+                [](long id) { LOCAL_SCHEDULE_SNAP_PARAM s = snapSchedule(); return Kovo_SetLocalScheduleSnapParam(id, &s); },
+                "SetLocalScheduleSnapParam failed.\n", "SetLocalScheduleSnapParam Successfully\n"),
+        getCase<LOCAL_SCHEDULE_SNAP_PARAM>("GetLocalScheduleSnapParam", Kovo_GetLocalScheduleSnapParam,
+                                           "GetLocalScheduleSnapParam failed.\n",
+                                           "GetLocalScheduleSnapParam Successfully\n"),
+        setCase("RemoteSnap", [](long id) { REMOTE_SNAP s = remoteSnap(); return Kovo_RemoteSnap(id, &s); },
+                "RemoteSnap[%d] failed.\n", "RemoteSnap Successfully\n"),
+        setCase("RemoteRecord", [](long id) { REMOTE_RECORD_CONFIG r{}; return Kovo_SetRemoteRecordConfig(id, &r); },
+                "RemoteRecord failed.\n", "RemoteRecord Successfully\n"),
     });
 }
 
