@@ -76,7 +76,5 @@ KOVO_API int MyUuidToString(GUID* id, char* out);
 
 // Inserts or replaces the entry under id.
 void RegisterDevice(long id, CDevice* device);
-// Erases id when it still maps to device; returns true when it did.
-bool UnregisterDevice(long id, const CDevice* device);
 
 #endif

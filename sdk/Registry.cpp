@@ -65,15 +65,6 @@ void RegisterDevice(long id, CDevice* device) {
     r.devices[id] = device;
 }
 
-bool UnregisterDevice(long id, const CDevice* device) {
-    Registry& r = registry();
-    std::lock_guard<std::mutex> lock(r.mutex);
-    auto it = r.devices.find(id);
-    if (it == r.devices.end() || it->second != device) return false;
-    r.devices.erase(it);
-    return true;
-}
-
 DeviceHold::DeviceHold(long id) : id_(id) {
     Registry& r = registry();
     std::lock_guard<std::mutex> lock(r.mutex);

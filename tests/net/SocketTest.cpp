@@ -184,7 +184,7 @@ TEST(CSocket, PeerLeavingIsReportedWithTheRemainingCount) {
         ::close(leaving);
         EXPECT_TRUE(eventually([&] { return server->GetConnectionsCount() == 2; }));
         EXPECT_EQ(FindDeviceByDeviceID(id), nullptr);  // the registry forgot it
-        UnregisterDevice(id, &device);
+        OnDisconnect(id);  // in case the check above failed: never leave a stack object registered
 
         // Destruction waits for the completions and ends the other two quietly.
         server.reset();
