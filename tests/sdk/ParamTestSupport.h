@@ -126,6 +126,16 @@ inline std::vector<std::string> afterContentType(std::vector<std::string> lines)
     return expected;
 }
 
+// Exactly one request of method to the device URL, carrying lines after
+// the "Content-type" line.
+inline void expectOneRequest(const FakeCamera& cam, const char* method, const std::vector<std::string>& lines) {
+    const auto requests = cam.requests();
+    ASSERT_EQ(requests.size(), 1u);
+    EXPECT_EQ(requests[0].method, method);
+    EXPECT_EQ(requests[0].url, "rtsp://127.0.0.1");
+    EXPECT_EQ(paramLines(requests[0]), afterContentType(lines));
+}
+
 inline void runSetLinesCases(const std::vector<SetLinesCase>& cases) {
     LoggedInCamera cam;
     ASSERT_GT(cam.id, 0);
@@ -133,11 +143,7 @@ inline void runSetLinesCases(const std::vector<SetLinesCase>& cases) {
         SCOPED_TRACE(c.name);
         cam.cam.clearRequests();
         EXPECT_EQ(c.call(cam.id), 0);
-        const auto requests = cam.cam.requests();
-        ASSERT_EQ(requests.size(), 1u);
-        EXPECT_EQ(requests[0].method, "SET_PARAMETER");
-        EXPECT_EQ(requests[0].url, "rtsp://127.0.0.1");
-        EXPECT_EQ(paramLines(requests[0]), afterContentType(c.lines));
+        expectOneRequest(cam.cam, "SET_PARAMETER", c.lines);
     }
 }
 
@@ -149,11 +155,7 @@ inline void runGetCases(const std::vector<GetCase>& cases) {
         cam.answer(c.reply);
         cam.cam.clearRequests();
         c.callAndCheck(cam.id);
-        const auto requests = cam.cam.requests();
-        ASSERT_EQ(requests.size(), 1u);
-        EXPECT_EQ(requests[0].method, "GET_PARAMETER");
-        EXPECT_EQ(requests[0].url, "rtsp://127.0.0.1");
-        EXPECT_EQ(paramLines(requests[0]), afterContentType(c.keys));
+        expectOneRequest(cam.cam, "GET_PARAMETER", c.keys);
     }
 }
 
