@@ -48,6 +48,10 @@ struct CConnect {
     unsigned nServerPort = 0;
     void* pDevice = nullptr;
 
+    // Link-option bounds, in ms; 0 keeps the blocking behaviour (no bound).
+    int connectTimeoutMs = 0;
+    int replyTimeoutMs = 0;
+
     // False once the socket has been closed, so that a descriptor number the
     // system may since have handed to another connection is never used again.
     bool socketOpen = false;

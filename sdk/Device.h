@@ -36,6 +36,16 @@ struct CDevice {
     CConnect stream;
     CConnect control;
 
+    // Library extensions, all off unless the application sets them. They
+    // belong to the device rather than to its stream, so they hold before
+    // Kovo_OpenStream and across reconnects.
+    KOVO_LINK_OPTIONS link{};
+    KOVO_STREAM_OPTIONS streamOptions{};
+    fEventCallBack eventCallBack = nullptr;
+    unsigned long eventUser = 0;
+    fFrameCallBack frameCallBack = nullptr;
+    unsigned long frameUser = 0;
+
     // Held for the whole of one parameter exchange or stream open/close, so
     // that application threads calling on one device cannot interleave.
     std::recursive_mutex callLock;

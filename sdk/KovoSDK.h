@@ -609,6 +609,110 @@ KOVO_API long Kovo_SetMJPEGCallBack(long lDeviceID, fMJPEGCallBack cbMJPEGData,
 KOVO_API long Kovo_SetAudioCallBack(long lStreamID, fAudioCallBack cbAudioDataFunc,
                                     unsigned long dwUser);
 
+/* ---- Link options (library extensions; all off by default) ---------------
+ * With none set, every exchange behaves as the calls above describe: blocking
+ * reads, no keep-alive, no events. The queue bound alone is always on. */
+typedef struct {
+    int nConnectTimeoutMs;  /* bound on each TCP connect of a login or reconnect; 0: the system's own */
+    int nReplyTimeoutMs;    /* bound on the wait for each reply; 0: wait as long as it takes */
+    int nStallTimeoutMs;    /* an open stream without media for this long reports KOVO_EVENT_STREAM_STALLED; 0: never */
+    int nKeepAliveSec;      /* a keep-alive request on the streaming session every N s; 0: none;
+                               -1: half the Session timeout the camera announced (60 s when it names none) */
+    int nReconnect;         /* 1: after a lost stream connection or a stall, log in again and reopen the
+                               stream under the same device id, until it works or the stream is closed */
+    int nReconnectMaxMs;    /* longest wait between attempts; waits double from 500 ms; 0: 30000 */
+    int nQueueLimitKB;      /* most bytes a stream holds for a slow application; 0: 65536 */
+} KOVO_LINK_OPTIONS;
+
+/* lDeviceID 0 sets the defaults for later logins (so they bound Kovo_Login
+ * itself); a logged-in id changes that device alone. 0, -1 (null record or a
+ * negative field), -3 (unknown id). */
+KOVO_API long Kovo_SetLinkOptions(long lDeviceID, const KOVO_LINK_OPTIONS* pOptions);
+KOVO_API long Kovo_GetLinkOptions(long lDeviceID, KOVO_LINK_OPTIONS* pOptions);
+
+typedef enum {
+    KOVO_EVENT_STREAM_STARTED = 1,   /* first frame of an opened or reopened stream delivered */
+    KOVO_EVENT_STREAM_STALLED = 2,   /* no media for nStallTimeoutMs; lDetail: ms since the last byte */
+    KOVO_EVENT_STREAM_RESUMED = 3,   /* media flows again after a stall */
+    KOVO_EVENT_CONNECTION_LOST = 4,  /* the camera closed or reset the stream connection; lDetail: errno or 0 */
+    KOVO_EVENT_RECONNECTING = 5,     /* lDetail: attempt number, from 1 */
+    KOVO_EVENT_RECONNECTED = 6,      /* logged in again and the stream reopened under the same id */
+    KOVO_EVENT_FRAMES_DROPPED = 7,   /* the queue limit was reached; lDetail: bytes dropped */
+    KOVO_EVENT_KEEPALIVE_FAILED = 8  /* a keep-alive got no 200 reply in time */
+} KOVO_EVENT_E;
+
+/* Runs on a library thread, never while a library lock is held: the
+ * application may call Kovo_CloseStream or Kovo_Logout from it. May be set
+ * before Kovo_OpenStream and stays set across reconnects. */
+typedef void (*fEventCallBack)(long lDeviceID, KOVO_EVENT_E eEvent, long lDetail, unsigned long dwUser);
+KOVO_API long Kovo_SetEventCallBack(long lDeviceID, fEventCallBack cbEvent, unsigned long dwUser);
+
+typedef enum {
+    KOVO_ERR_NONE = 0,
+    KOVO_ERR_INVALID_ARG = 1,
+    KOVO_ERR_NO_DEVICE = 2,
+    KOVO_ERR_REFUSED = 3,      /* nothing listens at the address */
+    KOVO_ERR_UNREACHABLE = 4,  /* the connect timed out or no route */
+    KOVO_ERR_TIMEOUT = 5,      /* no reply within nReplyTimeoutMs */
+    KOVO_ERR_CLOSED = 6,       /* the camera closed or reset the connection */
+    KOVO_ERR_STATUS = 7,       /* a reply other than 200 */
+    KOVO_ERR_PROTOCOL = 8      /* a reply the library could not read */
+} KOVO_ERROR_E;
+
+/* What made the calling thread's last Kovo_ call fail; KOVO_ERR_NONE after a
+ * success. pnStatus (may be NULL) receives that call's RTSP status, 0 when none. */
+KOVO_API int Kovo_GetLastError(int* pnStatus);
+
+/* Every line the library would print goes to cbTrace instead, without its
+ * line end, one call per line, never two calls at once. NULL: standard
+ * output again (the default). */
+typedef void (*fTraceCallBack)(const char* pszLine, unsigned long dwUser);
+KOVO_API long Kovo_SetTraceCallBack(fTraceCallBack cbTrace, unsigned long dwUser);
+
+/* ---- Frame information and the standards receive mode (extensions) ------- */
+typedef struct {
+    int nStandardRtp;   /* 1: receive as a standards-following client; 0: the rules above (default) */
+} KOVO_STREAM_OPTIONS;
+/* Applies to the next Kovo_OpenStream of the device (and to its reconnects). 0, -1, -3. */
+KOVO_API long Kovo_SetStreamOptions(long lDeviceID, const KOVO_STREAM_OPTIONS* pOptions);
+
+typedef struct {
+    long lDeviceID;
+    DATA_TYPE_E eDataType;         /* H264DATA_TYPE, MJPEGDATA_TYPE or AACDATA_TYPE */
+    FRAME_TYPE_E eFrameType;       /* I_FRAME or P_FRAME for video; I_FRAME for audio */
+    unsigned int nRtpTimestamp;    /* of the frame's packets */
+    long long llPts;               /* microseconds since this medium's first delivered frame, on
+                                      its RTP clock (wrap-arounds unrolled) */
+    long long llNtpTime;           /* the camera's wall clock for this frame from RTCP sender
+                                      reports, microseconds since 1970-01-01 UTC; 0 until the
+                                      first report of this medium */
+    long long llArrivalTime;       /* this host's wall clock when the frame completed, microseconds since 1970 */
+    unsigned int nSequence;        /* RTP sequence number of the frame's first packet */
+    int nDiscontinuity;            /* 1 when packets were lost or dropped since the previous frame of this medium */
+    int nWidth;                    /* picture size when known (JPEG header, SPS, else the SDP), else 0 */
+    int nHeight;
+} KOVO_FRAME_INFO;
+
+/* Every frame of every medium of the device's stream, with its information,
+ * alongside the other callbacks. May be set before Kovo_OpenStream. */
+typedef void (*fFrameCallBack)(const KOVO_FRAME_INFO* pInfo, const unsigned char* pData,
+                               unsigned long nLength, unsigned long dwUser);
+KOVO_API long Kovo_SetFrameCallBack(long lDeviceID, fFrameCallBack cbFrame, unsigned long dwUser);
+
+typedef struct {
+    unsigned long long ullBytes;         /* media bytes received */
+    unsigned long long ullPackets;       /* RTP packets received */
+    unsigned long long ullFrames;        /* frames delivered */
+    unsigned long long ullKeyFrames;
+    unsigned long long ullLostPackets;   /* missing RTP sequence numbers */
+    unsigned long long ullDroppedFrames; /* frames not delivered: loss, malformed data, queue limit */
+    double dFrameRate;                   /* delivered frames per second over the last 2 s */
+    double dBitRate;                     /* received bits per second over the last 2 s */
+    long long llLastFrameAgeMs;          /* time since the last delivered frame; -1 before the first */
+} KOVO_STREAM_STATS;
+/* Video and audio of the open stream added together. 0, -1, -2 (no open stream), -3. */
+KOVO_API long Kovo_GetStreamStatistics(long lDeviceID, KOVO_STREAM_STATS* pStats);
+
 #ifdef __cplusplus
 }
 #endif
