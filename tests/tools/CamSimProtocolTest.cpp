@@ -2,6 +2,7 @@
 // channel numbers of the interleaved media, and refusal of bad requests.
 #include <poll.h>
 #include <sys/socket.h>
+#include <cerrno>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 #include <chrono>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "CamSimProcess.h"
 
@@ -176,6 +178,53 @@ TEST_F(CamSimProtocol, ParameterRepliesFitOneReadAndAnswerOnlyKnownKeys) {
     EXPECT_LE(big.size(), 8192u);
     EXPECT_EQ(big.size() - 4, big.find("\r\n\r\n"));
     EXPECT_EQ(0, sim.terminate());
+}
+
+// Each field fault on a playing session: how long the media pauses and how
+// the connection ends (errno of the failed read, 0 for a close, -1 still open).
+TEST_F(CamSimProtocol, ActsOutFieldFaults) {
+    struct Case {
+        std::vector<std::string> arguments;
+        bool announcesTimeout;
+        double longestGapAtLeast, longestGapBelow;
+        int end;
+        double endAfterAtLeast, endAfterBelow;
+    } cases[] = {
+        {{"--session-timeout", "1"}, true, 0, 0.6, 0, 0.95, 3},
+        {{"--drop-after", "1"}, false, 0, 0.6, ECONNRESET, 0.95, 3},
+        {{"--stall-after", "0.5", "--stall-for", "1.5"}, false, 1.4, 2.5, -1, 0, 99},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.arguments[0]);
+        CamSimProcess sim;
+        std::vector<std::string> arguments = c.arguments;
+        arguments.push_back("--no-audio");
+        ASSERT_TRUE(sim.start(arguments));
+        RawClient client(sim.port());
+        client.send(request("SETUP trackID=1", 1, "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n"));
+        const std::string setup = client.readOnce();
+        EXPECT_EQ(c.announcesTimeout, setup.find(";timeout=1\r\n") != std::string::npos) << setup;
+        const auto played = std::chrono::steady_clock::now();
+        client.send(request("PLAY trackID=1", 2));
+        ASSERT_EQ(0u, client.readOnce().find("RTSP/1.0 200 OK\r\n"));
+        auto seconds = [&] { return std::chrono::duration<double>(std::chrono::steady_clock::now() - played).count(); };
+        double last = 0.25, longestGap = 0;  // media starts a quarter second after the reply
+        int end = -1, channel = 0, payloadType = 0;
+        while (end < 0 && seconds() < 3.5) {
+            errno = 0;
+            if (client.nextPacket(channel, payloadType)) {
+                longestGap = std::max(longestGap, seconds() - last);
+                last = seconds();
+            } else {
+                end = errno;
+            }
+        }
+        EXPECT_EQ(c.end, end);
+        EXPECT_LE(c.longestGapAtLeast, longestGap);
+        EXPECT_GT(c.longestGapBelow, longestGap);
+        EXPECT_LE(c.endAfterAtLeast, last);
+        EXPECT_GT(c.endAfterBelow, last);
+    }
 }
 
 }  // namespace

@@ -23,6 +23,10 @@ const size_t kMaxAacUnit = 2041;
 // reads the reply alone.
 const auto kStartDelay = std::chrono::milliseconds(250);
 
+Clock::duration seconds(double value) {
+    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(value));
+}
+
 uint32_t randomWord() {
     static std::mutex mutex;
     static std::mt19937 random{std::random_device{}()};
@@ -82,7 +86,8 @@ void MediaStreamer::stop() {
 // from one start time, encoding each just before it is due.
 void MediaStreamer::run() {
     Media& m = *media_;
-    const auto start = Clock::now() + kStartDelay;
+    auto start = Clock::now() + kStartDelay;
+    bool stallPending = options_.stallFor > 0;
     const auto frameTime = std::chrono::duration<double>(1.0 / options_.fps);
     const auto unitTime = std::chrono::duration<double>(double(AudioEncoder::kSamplesPerUnit) / AudioEncoder::kSampleRate);
     long frame = 0, unit = 0;
@@ -93,9 +98,17 @@ void MediaStreamer::run() {
         const auto videoDue = start + std::chrono::duration_cast<Clock::duration>(frameTime * frame);
         const auto audioDue = start + std::chrono::duration_cast<Clock::duration>(unitTime * unit);
         const bool audioNext = m.audio && (!m.video || audioDue < videoDue);
+        const auto due = audioNext ? audioDue : videoDue;
+        if (stallPending && due >= start - kStartDelay + seconds(options_.stallAfter)) {
+            // A frozen camera: nothing for a while, then the media carries on
+            // where it stopped, at its own pace, with nothing lost.
+            stallPending = false;
+            start += seconds(options_.stallFor);
+            continue;
+        }
         {
             std::unique_lock<std::mutex> lock(mutex_);
-            if (wake_.wait_until(lock, audioNext ? audioDue : videoDue, [this] { return stopping_; })) return;
+            if (wake_.wait_until(lock, due, [this] { return stopping_; })) return;
         }
         m.coded.clear();
         bool ok = true;

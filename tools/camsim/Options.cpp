@@ -33,6 +33,16 @@ bool parseSize(const char* text, int& width, int& height) {
     return true;
 }
 
+// Seconds as a positive decimal number.
+bool parseSeconds(const char* text, double& out) {
+    if (text == nullptr || *text == '\0') return false;
+    char* end = nullptr;
+    double seconds = std::strtod(text, &end);
+    if (*end != '\0' || !(seconds > 0)) return false;
+    out = seconds;
+    return true;
+}
+
 }  // namespace
 
 const char* usageText() {
@@ -51,6 +61,13 @@ const char* usageText() {
            "  --log            print every request received\n"
            "  --frames N       exit after N video frames have been sent in total\n"
            "  --duration S     exit after S seconds\n"
+           "\n"
+           "Field faults, for rehearsing a camera that misbehaves (times from PLAY):\n"
+           "  --session-timeout S  announce Session: <id>;timeout=S and close a playing\n"
+           "                       session that sends no request for S seconds\n"
+           "  --stall-after S --stall-for T\n"
+           "                       pause the media S seconds after PLAY for T seconds\n"
+           "  --drop-after S       reset the connection S seconds after PLAY\n"
            "  --help           this text\n";
 }
 
@@ -91,14 +108,24 @@ ParseResult parseOptions(int argc, char** argv, Options& out, std::string& error
             if (!needValue(parseLong(value, 1, LONG_MAX, number))) return ParseResult::Error;
             out.frames = number;
         } else if (arg == "--duration") {
-            char* end = nullptr;
-            double seconds = value ? std::strtod(value, &end) : 0;
-            if (!needValue(value != nullptr && *end == '\0' && seconds > 0)) return ParseResult::Error;
-            out.duration = seconds;
+            if (!needValue(parseSeconds(value, out.duration))) return ParseResult::Error;
+        } else if (arg == "--session-timeout") {
+            if (!needValue(parseLong(value, 1, 86400, number))) return ParseResult::Error;
+            out.sessionTimeout = static_cast<int>(number);
+        } else if (arg == "--stall-after") {
+            if (!needValue(parseSeconds(value, out.stallAfter))) return ParseResult::Error;
+        } else if (arg == "--stall-for") {
+            if (!needValue(parseSeconds(value, out.stallFor))) return ParseResult::Error;
+        } else if (arg == "--drop-after") {
+            if (!needValue(parseSeconds(value, out.dropAfter))) return ParseResult::Error;
         } else {
             error = "unknown option " + arg;
             return ParseResult::Error;
         }
+    }
+    if ((out.stallAfter > 0) != (out.stallFor > 0)) {
+        error = "--stall-after and --stall-for go together";
+        return ParseResult::Error;
     }
     return ParseResult::Run;
 }

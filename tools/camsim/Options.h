@@ -17,6 +17,12 @@ struct Options {
     bool log = false;         // print every request received
     long frames = 0;          // stop after this many video frames in total (0: never)
     double duration = 0;      // stop after this many seconds (0: never)
+
+    // Field faults, each off at 0; times count from the PLAY that started the media.
+    int sessionTimeout = 0;   // announced in Session; a playing session silent this long is closed
+    double stallAfter = 0;    // media pauses this long after PLAY ...
+    double stallFor = 0;      // ... for this long
+    double dropAfter = 0;     // the connection is reset this long after PLAY
 };
 
 enum class ParseResult { Run, Help, Error };

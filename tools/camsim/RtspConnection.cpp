@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -22,6 +23,15 @@ const size_t kMaxReply = 8000;   // the SDK reads a reply with one recv of 8192 
 
 const char kServerLine[] = "Server: KovoCamSim/1.0";
 const char kPublicLine[] = "Public: OPTIONS, DESCRIBE, SETUP, PLAY, PAUSE, TEARDOWN, GET_PARAMETER, SET_PARAMETER";
+
+using Clock = std::chrono::steady_clock;
+
+// Milliseconds from now until `seconds` after `from`, rounded up; 0 when due.
+std::chrono::milliseconds untilDue(Clock::time_point from, double seconds) {
+    const auto due = from + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - Clock::now());
+    return std::max(left, std::chrono::milliseconds(0));
+}
 
 std::string newSessionId() {
     static std::mutex mutex;
@@ -41,12 +51,13 @@ RtspConnection::RtspConnection(int fd, std::string peer, ServerContext& context)
 
 RtspConnection::~RtspConnection() {
     stopMedia();
-    ::close(fd_);
+    if (fd_ >= 0) ::close(fd_);
 }
 
 void RtspConnection::stop() {
     stopping_ = true;
-    ::shutdown(fd_, SHUT_RDWR);
+    std::lock_guard<std::mutex> lock(fdMutex_);
+    if (fd_ >= 0) ::shutdown(fd_, SHUT_RDWR);
 }
 
 void RtspConnection::run() {
@@ -55,7 +66,8 @@ void RtspConnection::run() {
     char chunk[8192];
     while (!stopping_ && !broken_) {
         pollfd p{fd_, POLLIN, 0};
-        int ready = ::poll(&p, 1, kReadPollMs);
+        int ready = ::poll(&p, 1, pollTimeoutMs());
+        if (actOutDueFault()) break;
         if (ready < 0 && errno != EINTR) break;
         if (ready <= 0) continue;
         ssize_t n = ::recv(fd_, chunk, sizeof chunk, 0);
@@ -70,6 +82,7 @@ void RtspConnection::run() {
                 break;
             }
             if (taken == TakeResult::Skipped) continue;
+            lastRequest_ = Clock::now();
             if (context_.options.log) context_.log("--- request from " + peer_ + "\n" + request.raw);
             if (!sendAll(answer(request))) {
                 broken_ = true;
@@ -84,8 +97,47 @@ void RtspConnection::run() {
 
 std::vector<std::string> RtspConnection::sessionHeader() const {
     std::vector<std::string> headers{kServerLine};
-    if (!session_.empty()) headers.push_back("Session: " + session_);
+    if (!session_.empty() && context_.options.sessionTimeout > 0)
+        headers.push_back("Session: " + session_ + ";timeout=" + std::to_string(context_.options.sessionTimeout));
+    else if (!session_.empty())
+        headers.push_back("Session: " + session_);
     return headers;
+}
+
+int RtspConnection::pollTimeoutMs() const {
+    const Options& o = context_.options;
+    auto wait = std::chrono::milliseconds(kReadPollMs);
+    if (media_ && o.dropAfter > 0) wait = std::min(wait, untilDue(playStarted_, o.dropAfter));
+    if (media_ && o.sessionTimeout > 0) wait = std::min(wait, untilDue(lastRequest_, o.sessionTimeout));
+    return static_cast<int>(wait.count());
+}
+
+// A due fault ends the connection: true when run() must stop.
+bool RtspConnection::actOutDueFault() {
+    const Options& o = context_.options;
+    if (!media_) return false;
+    if (o.dropAfter > 0 && untilDue(playStarted_, o.dropAfter).count() == 0) {
+        if (o.log) context_.log("--- connection from " + peer_ + " reset\n\n");
+        reset();
+        return true;
+    }
+    if (o.sessionTimeout > 0 && untilDue(lastRequest_, o.sessionTimeout).count() == 0) {
+        if (o.log) context_.log("--- session " + session_ + " of " + peer_ + " timed out\n\n");
+        stopMedia();
+        ::shutdown(fd_, SHUT_RDWR);
+        return true;
+    }
+    return false;
+}
+
+// Like a camera that reboots or drops off the network: RST, not FIN.
+void RtspConnection::reset() {
+    stopMedia();
+    std::lock_guard<std::mutex> lock(fdMutex_);
+    linger abort{1, 0};
+    ::setsockopt(fd_, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+    ::close(fd_);
+    fd_ = -1;
 }
 
 std::string RtspConnection::answer(const RtspRequest& request) {
@@ -165,6 +217,7 @@ std::string RtspConnection::answerPlay(const std::string& cseq) {
             context_.options, setup,
             [this](uint8_t channel, const uint8_t* packet, size_t size) { return sendPacket(channel, packet, size); },
             context_.framesSent));
+        playStarted_ = Clock::now();
         std::string error;
         if (!media_->start(error)) {
             media_.reset();

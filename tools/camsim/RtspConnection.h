@@ -4,6 +4,7 @@
 #define KOVO_CAMSIM_RTSPCONNECTION_H
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -38,8 +39,13 @@ private:
     bool sendPacket(uint8_t channel, const uint8_t* packet, size_t size);
     bool sendLocked(const char* data, size_t size);
     std::string localAddress() const;
+    // The field faults: how long run() may wait before one is due, and acting one out.
+    int pollTimeoutMs() const;
+    bool actOutDueFault();
+    void reset();
 
-    const int fd_;
+    int fd_;                 // -1 once reset() has closed it
+    std::mutex fdMutex_;     // closing against stop()'s shutdown
     const std::string peer_;
     ServerContext& context_;
     std::mutex writeMutex_;  // one whole message or packet at a time
@@ -55,6 +61,8 @@ private:
     uint8_t videoChannel_ = 0;
     uint8_t audioChannel_ = 0;
     std::unique_ptr<MediaStreamer> media_;
+    std::chrono::steady_clock::time_point playStarted_;
+    std::chrono::steady_clock::time_point lastRequest_;
 };
 
 }  // namespace camsim
