@@ -14,18 +14,22 @@ constexpr size_t kAuDataOffset = 12 + 2 + kAuHeaderSize;
 
 }  // namespace
 
-void MakeAdtsHeader(unsigned char* out, size_t auSize) {
+void WriteAdtsHeader(unsigned char* out, size_t auSize, int objectType, int frequencyIndex,
+                     int channels) {
     const size_t frameLength = auSize + kAdtsHeaderSize;
     out[0] = 0xFF;
     out[1] = 0xF1;
-    out[2] = 0x4C;
-    out[3] = static_cast<unsigned char>(0x80 | ((frameLength & 0x1800) >> 11));
+    out[2] = static_cast<unsigned char>(((objectType - 1) & 3) << 6 | (frequencyIndex & 15) << 2 |
+                                        (channels & 4) >> 2);
+    out[3] = static_cast<unsigned char>((channels & 3) << 6 | (frameLength & 0x1800) >> 11);
     out[4] = static_cast<unsigned char>((frameLength & 0x7F8) >> 3);
     out[5] = static_cast<unsigned char>(((frameLength & 7) << 5) | 0x1F);
     out[6] = 0xFC;
 }
 
-void AacAssembler::pushPacket(const unsigned char* packet, size_t length, FrameSink sink,
+void MakeAdtsHeader(unsigned char* out, size_t auSize) { WriteAdtsHeader(out, auSize, 2, 3, 2); }
+
+void AacAssembler::pushPacket(const unsigned char* packet, size_t length, ByteSink sink,
                               void* user) {
     m_nConsumed = length;
     if (length < kAuDataOffset) {

@@ -15,7 +15,10 @@ namespace kovo {
 constexpr size_t kAdtsHeaderSize = 7;
 constexpr size_t kAudioFrameAreaSize = 2048;
 
-// Writes the fixed ADTS header (AAC LC, 48 kHz, stereo) for an access unit of auSize bytes.
+// Writes the 7-byte ADTS header for an access unit of auSize bytes (at most 8184).
+void WriteAdtsHeader(unsigned char* out, size_t auSize, int objectType, int frequencyIndex,
+                     int channels);
+// The fixed header our cameras' audio gets: AAC LC, 48 kHz, stereo.
 void MakeAdtsHeader(unsigned char* out, size_t auSize);
 
 class AacAssembler {
@@ -24,7 +27,7 @@ public:
     // Only the first access unit of the packet is taken; its size comes from the first
     // AU-header. An access unit that does not fit the packet or the frame area is dropped
     // with a trace. A null sink builds and discards the frame.
-    void pushPacket(const unsigned char* packet, size_t length, FrameSink sink, void* user);
+    void pushPacket(const unsigned char* packet, size_t length, ByteSink sink, void* user);
 
     // Bytes of the last packet the assembler took apart: the RTP header, the AU-headers
     // length, one AU-header and the access unit, or the whole packet when it was dropped.

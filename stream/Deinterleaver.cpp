@@ -9,13 +9,19 @@ constexpr uint32_t kLargePacket = 8192;
 
 uint32_t framedLength(const uint8_t* p) { return uint32_t(p[2]) * 256 + p[3]; }
 
-// Moves one framed packet (known to be complete) from temp into recv as a
-// 4-byte length then the packet; the second append fires recv's callback.
-void movePacket(CBuffer* temp, CBuffer* recv, uint32_t length) {
-    evbuffer_addx(recv, &length, 4, 0);
+// Hands one framed packet (known to be complete) over in place and drops it.
+void takePacket(CBuffer* temp, ChannelSink& sink, uint8_t channel, uint32_t length) {
     evbuffer_drain(temp, 4);
-    evbuffer_addx(recv, temp->buffer, length, 1);
+    sink.onChannelPacket(channel, temp->buffer, length);
     evbuffer_drain(temp, length);
+}
+
+// An RTCP report where the specified layouts skip bytes: handed over when it
+// is whole, then skipped as before.
+void offerReport(const uint8_t* p, uint32_t n, ChannelSink& sink) {
+    if (n < 4 || p[0] != kFrameMark || !(p[1] & 1)) return;
+    const uint32_t length = framedLength(p);
+    if (length + 4 <= n) sink.onChannelPacket(p[1], p + 4, length);
 }
 
 // First index i in [0, n-2] where "$" is followed by one of the channels, or -1.
@@ -43,7 +49,7 @@ void finishPass(CBuffer* temp, int pendingSkips, const char* fixedTrace) {
 
 }  // namespace
 
-void DeinterleaveVideo(CBuffer* temp, CBuffer* videoRecv, int& startProcessData) {
+void DeinterleaveVideo(CBuffer* temp, ChannelSink& sink, int& startProcessData) {
     static const char kFixed[] = "CVideoControl::HandleTempBuffer fixed not 24 00 begin.\n ";
     int pendingSkips = 0;
     for (;;) {
@@ -54,7 +60,7 @@ void DeinterleaveVideo(CBuffer* temp, CBuffer* videoRecv, int& startProcessData)
             if (length > kLargePacket)
                 KovoTrace("CVideoControl::HandleTempBuffer rtp_payload_length Error.\n ");
             if (n < length + 4) break;  // wait for the rest of the packet
-            movePacket(temp, videoRecv, length);
+            takePacket(temp, sink, 0, length);
             if (!startProcessData) startProcessData = 1;
             if (temp->off >= 5) continue;
             break;
@@ -63,6 +69,7 @@ void DeinterleaveVideo(CBuffer* temp, CBuffer* videoRecv, int& startProcessData)
             KovoTrace("CVideoControl::HandleTempBuffer other.\n ");
             break;
         }
+        offerReport(p, n, sink);
         const long i = findFrameStart(p, n, 0, 0);
         if (i <= 0) {
             evbuffer_drain(temp, n - 1);  // the last byte may begin a frame
@@ -78,8 +85,7 @@ void DeinterleaveVideo(CBuffer* temp, CBuffer* videoRecv, int& startProcessData)
     finishPass(temp, pendingSkips, kFixed);
 }
 
-void DeinterleaveAudioVideo(CBuffer* temp, CBuffer* videoRecv, CBuffer* audioRecv,
-                            int& startProcessData) {
+void DeinterleaveAudioVideo(CBuffer* temp, ChannelSink& sink, int& startProcessData) {
     static const char kFixed[] = "CVideoControl::HandleTempBuffer fixed not 24 00 or 02 begin.\n ";
     int pendingSkips = 0;
     for (;;) {
@@ -88,11 +94,12 @@ void DeinterleaveAudioVideo(CBuffer* temp, CBuffer* videoRecv, CBuffer* audioRec
         if (n > 4 && p[0] == kFrameMark && (p[1] == 2 || p[1] == 0)) {
             const uint32_t length = framedLength(p);
             if (length + 4 > n) break;
-            movePacket(temp, p[1] == 2 ? videoRecv : audioRecv, length);
+            takePacket(temp, sink, p[1], length);
             if (temp->off <= 4) break;
             startProcessData = 1;
             continue;
         }
+        offerReport(p, n, sink);
         const long i = findFrameStart(p, n, 0, 2);
         if (i <= 0) {
             evbuffer_drain(temp, n ? n - 1 : 0);
@@ -106,4 +113,27 @@ void DeinterleaveAudioVideo(CBuffer* temp, CBuffer* videoRecv, CBuffer* audioRec
         ++pendingSkips;
     }
     finishPass(temp, pendingSkips, kFixed);
+}
+
+void DeinterleaveAll(CBuffer* temp, ChannelSink& sink) {
+    for (;;) {
+        const uint32_t n = temp->off;
+        const uint8_t* p = temp->buffer;
+        if (n >= 4 && p[0] == kFrameMark && sink.knowsChannel(p[1])) {
+            const uint32_t length = framedLength(p);
+            if (length + 4 > n) break;  // wait for the rest of the packet
+            takePacket(temp, sink, p[1], length);
+            continue;
+        }
+        if (n < 4) break;
+        // Skip to the next "$" of a known channel, keeping a last byte that
+        // may begin one.
+        const uint8_t* at = p + 1;
+        while (at < p + n - 1 && !(at[0] == kFrameMark && sink.knowsChannel(at[1]))) {
+            const void* hit = memchr(at + 1, kFrameMark, size_t(p + n - 1 - (at + 1)));
+            at = hit ? static_cast<const uint8_t*>(hit) : p + n - 1;
+        }
+        evbuffer_drain(temp, size_t(at - p));
+    }
+    evbuffer_align(temp);
 }

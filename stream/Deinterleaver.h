@@ -1,19 +1,33 @@
 // Splits the bytes of an RTSP connection ("$", channel, 16-bit length, RTP
-// packet) into per-medium receive buffers of length-prefixed packets. Each
-// packet is appended with notification, so the receive buffer's callback runs
-// once per packet, on the calling thread.
+// or RTCP packet) into packets and hands each, in place, to a ChannelSink
+// on the calling thread.
 #ifndef KOVO_STREAM_DEINTERLEAVER_H
 #define KOVO_STREAM_DEINTERLEAVER_H
 
 #include "stream/UnixStd.h"
 
-// Video-only stream: video on channel 0, every other byte is skipped.
-// startProcessData is set once the first packet has been extracted.
-void DeinterleaveVideo(CBuffer* temp, CBuffer* videoRecv, int& startProcessData);
+class ChannelSink {
+public:
+    // Whether packets of this channel are wanted (standard layout).
+    virtual bool knowsChannel(uint8_t channel) const = 0;
+    // One packet of a channel; the bytes are valid during the call only.
+    virtual void onChannelPacket(uint8_t channel, const uint8_t* packet, uint32_t length) = 0;
+
+protected:
+    ~ChannelSink() = default;
+};
+
+// Video-only stream: video on channel 0, every other byte is skipped (an
+// RTCP report found whole at the skip point is still handed over on its
+// channel). startProcessData is set once the first packet has been extracted.
+void DeinterleaveVideo(CBuffer* temp, ChannelSink& sink, int& startProcessData);
 
 // Stream with audio: video on channel 2, audio on channel 0. startProcessData
 // is set only when a further packet follows in the same pass.
-void DeinterleaveAudioVideo(CBuffer* temp, CBuffer* videoRecv, CBuffer* audioRecv,
-                            int& startProcessData);
+void DeinterleaveAudioVideo(CBuffer* temp, ChannelSink& sink, int& startProcessData);
+
+// Any channel the sink knows; bytes outside "$" frames (RTSP replies on the
+// same connection) are skipped silently.
+void DeinterleaveAll(CBuffer* temp, ChannelSink& sink);
 
 #endif

@@ -65,7 +65,7 @@ bool JpegAssembler::firstFrameDropped() { return g_firstJpegDropped.load(); }
 
 void JpegAssembler::setFirstFrameDropped(bool dropped) { g_firstJpegDropped.store(dropped); }
 
-void JpegAssembler::pushPacket(const unsigned char* packet, size_t length, FrameSink sink,
+void JpegAssembler::pushPacket(const unsigned char* packet, size_t length, ByteSink sink,
                                void* user) {
     const bool last = length >= 2 && (packet[1] & 0x80) != 0;
     if (m_bDiscarding) {
@@ -95,7 +95,7 @@ void JpegAssembler::pushPacket(const unsigned char* packet, size_t length, Frame
     }
 }
 
-void JpegAssembler::finishFrame(FrameSink sink, void* user) {
+void JpegAssembler::finishFrame(ByteSink sink, void* user) {
     m_nNewJpeg = 1;
     if (g_firstJpegDropped.exchange(true)) {
         if (sink) sink(user, m_pJpegFrameBuffer, m_nJpegFrameSize);

@@ -13,7 +13,7 @@
 
 namespace kovo {
 
-using FrameSink = void (*)(void* user, const unsigned char* data, size_t length);
+using ByteSink = void (*)(void* user, const unsigned char* data, size_t length);
 
 constexpr size_t kJpegFrameBufferSize = 1048576;
 
@@ -38,7 +38,7 @@ public:
     // A null sink builds and discards the frames. A frame that would overflow the frame buffer,
     // or carries a packet too short for its headers, is dropped whole (with a trace) and assembly
     // resumes with the frame after the next marker packet.
-    void pushPacket(const unsigned char* packet, size_t length, FrameSink sink, void* user);
+    void pushPacket(const unsigned char* packet, size_t length, ByteSink sink, void* user);
 
     // Whether the process-wide drop of the first finished frame has happened. Tests use the
     // setter to arm or disarm it; the library never resets it.
@@ -46,7 +46,7 @@ public:
     static void setFirstFrameDropped(bool dropped);
 
 private:
-    void finishFrame(FrameSink sink, void* user);
+    void finishFrame(ByteSink sink, void* user);
     void abandonFrame(bool resumeAtNextPacket);
 
     unsigned char* m_pJpegFrameBuffer;

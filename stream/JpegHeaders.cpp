@@ -114,16 +114,28 @@ unsigned char* MakeDRIHeader(unsigned char* p, unsigned short dri) {
     return put16(putMarker(p, 0xDD, 4), dri);
 }
 
-int MakeHeaders(unsigned char* p, int type, int width, int height, const unsigned char* lqt,
-                const unsigned char* cqt, unsigned short dri) {
+namespace {
+
+// SOI, Huffman and quantisation tables, restart interval, frame and scan
+// headers. A table of precision 1 carries 64 two-byte entries.
+int writeHeaders(unsigned char* p, int type, int width, int height, const QuantTable (&tables)[2],
+                 unsigned short dri) {
     unsigned char* const start = p;
     p = putBytes(p, {0xFF, 0xD8});
     p = MakeHuffmanHeader(p, lumDccodeLens, 16, lumDcSymbols, 12, 0, 0);
     p = MakeHuffmanHeader(p, chmDccodeLens, 16, chmDcSymbols, 12, 1, 0);
     p = MakeHuffmanHeader(p, lumAccodeLens, 16, lumAcSymbols, 162, 0, 1);
     p = MakeHuffmanHeader(p, chmAccodeLens, 16, chmAcSymbols, 162, 1, 1);
-    p = MakeQuantHeader(p, lqt, 0);
-    p = MakeQuantHeader(p, cqt, 1);
+    for (int table = 0; table < 2; ++table) {
+        if (tables[table].precision == 0) {
+            p = MakeQuantHeader(p, tables[table].entries, table);
+            continue;
+        }
+        p = putMarker(p, 0xDB, 3 + 128);
+        *p++ = static_cast<unsigned char>(0x10 | table);
+        std::memcpy(p, tables[table].entries, 128);
+        p += 128;
+    }
     if (dri != 0) p = MakeDRIHeader(p, dri);
 
     // Frame header: precision, size in pixels, then id / sampling / table per component.
@@ -137,6 +149,32 @@ int MakeHeaders(unsigned char* p, int type, int width, int height, const unsigne
     p = putMarker(p, 0xDA, 0x0C);
     p = putBytes(p, {3, 0, 0x00, 1, 0x11, 2, 0x11, 0x00, 0x3F, 0x00});
     return static_cast<int>(p - start);
+}
+
+}  // namespace
+
+int MakeHeaders(unsigned char* p, int type, int width, int height, const unsigned char* lqt,
+                const unsigned char* cqt, unsigned short dri) {
+    return writeHeaders(p, type, width, height, {{lqt, 0}, {cqt, 0}}, dri);
+}
+
+int MakeStandardHeaders(unsigned char* p, int type, int width, int height, QuantTable luma,
+                        QuantTable chroma, unsigned short dri) {
+    return writeHeaders(p, type, width, height, {luma, chroma}, dri);
+}
+
+void MakeZigzagTables(int q, unsigned char* lqt, unsigned char* cqt) {
+    static const unsigned char kZigzag[64] = {
+        0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,  12, 19, 26, 33, 40, 48,
+        41, 34, 27, 20, 13, 6,  7,  14, 21, 28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23,
+        30, 37, 44, 51, 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+    unsigned char luma[64];
+    unsigned char chroma[64];
+    MakeTables(q, luma, chroma);
+    for (int i = 0; i < 64; ++i) {
+        lqt[i] = luma[kZigzag[i]];
+        cqt[i] = chroma[kZigzag[i]];
+    }
 }
 
 int AddMjpegHeader(const unsigned char* payload, size_t payloadLen, unsigned char* headers,

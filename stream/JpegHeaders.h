@@ -35,6 +35,21 @@ unsigned char* MakeDRIHeader(unsigned char* p, unsigned short dri);
 int MakeHeaders(unsigned char* p, int type, int width, int height, const unsigned char* lqt,
                 const unsigned char* cqt, unsigned short dri);
 
+// A quantisation table as RTP/JPEG sends it: 64 entries in zig-zag order,
+// one byte each (precision 0) or two bytes big-endian (precision 1).
+struct QuantTable {
+    const unsigned char* entries;
+    int precision;
+};
+
+// The same headers with tables taken as they stand, for a receiver that
+// follows the payload format to the letter.
+int MakeStandardHeaders(unsigned char* p, int type, int width, int height, QuantTable luma,
+                        QuantTable chroma, unsigned short dri);
+
+// MakeTables' tables in zig-zag order, as a DQT segment carries them.
+void MakeZigzagTables(int q, unsigned char* lqt, unsigned char* cqt);
+
 // Reads the RTP/JPEG headers of the first packet of a frame (payloadLen bytes of RTP payload)
 // and writes the JPEG headers into `headers` (kJpegHeaderScratch bytes). Stores the restart
 // interval and the in-band table length. Returns the header length, or -1 when the packet is

@@ -26,40 +26,18 @@ CBuffer* newBuffer(evbuffer_cb cb, void* arg) {
     return buf;
 }
 
-uint32_t frontLength(const CBuffer* buf) {
-    uint32_t length = 0;
-    if (buf->off >= 4) memcpy(&length, buf->buffer, 4);
-    return length;
-}
-
-// The packet at the front of a receive buffer, when its length prefix fits.
-bool frontPacket(const CBuffer* buf, const uint8_t** packet, uint32_t* length) {
-    *length = frontLength(buf);
-    if (buf->off < 12 || uint64_t(*length) + 4 > buf->off) return false;
-    *packet = buf->buffer + 4;
-    return true;
-}
-
 }  // namespace
 
 CVideoControl::CVideoControl(int width, int height, int frameRate)
     : m_nSourceVideoWidth(width), m_nSourceVideoHeight(height), m_nFrameRate(frameRate) {
     m_DataList = new CDataList;
-    m_pVRecvEvbuffer = newBuffer(on_evbuffer_call_back, this);
-    m_pVFrameEvbuffer = newBuffer(nullptr, nullptr);
     m_pVTempEvbuffer = newBuffer(nullptr, nullptr);
-    m_pAUFrameEvbuffer = newBuffer(nullptr, nullptr);
-    m_pAURecvEvbuffer = newBuffer(on_audio_dataprocess_call, this);
     m_nWakeFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
 }
 
 CVideoControl::~CVideoControl() {
     StopThread();
-    evbuffer_free(m_pVRecvEvbuffer);
-    evbuffer_free(m_pVFrameEvbuffer);
     evbuffer_free(m_pVTempEvbuffer);
-    evbuffer_free(m_pAUFrameEvbuffer);
-    evbuffer_free(m_pAURecvEvbuffer);
     delete m_DataList;
     if (m_nWakeFd >= 0) close(m_nWakeFd);
 }
@@ -98,6 +76,12 @@ unsigned long CVideoControl::SetAudioCallBackDecode(fAudioCallBackDecode cb, uns
     m_cbAudioDecode = cb;
     m_dwUserAudioDecode = user;
     return user;
+}
+
+void CVideoControl::SetFrameCallBack(fFrameCallBack cb, unsigned long user) {
+    std::lock_guard<std::mutex> lock(m_callbackLock);
+    m_cbFrame = cb;
+    m_dwUserFrame = user;
 }
 
 // Each delivery reads its slot under the lock and calls outside it, so a
@@ -271,111 +255,6 @@ void CVideoControl::assembleLoop() {
     }
 }
 
-void CVideoControl::AssembleChunk(const char* data, uint32_t length) {
-    if (evbuffer_addx(m_pVTempEvbuffer, data, length, 0) == -1) {
-        KovoTrace("CVideoControl::RTPRecvOverTCP Sleep 1, recvSize = %d\n", int(length));
-        evbuffer_drain(m_pVTempEvbuffer, m_pVTempEvbuffer->off);
-    }
-    if (m_bHasAudio)
-        HandleAVTempBuffer();
-    else
-        HandleTempBuffer();
-}
-
-void CVideoControl::HandleTempBuffer() {
-    DeinterleaveVideo(m_pVTempEvbuffer, m_pVRecvEvbuffer, m_StartProcessData);
-}
-
-void CVideoControl::HandleAVTempBuffer() {
-    DeinterleaveAudioVideo(m_pVTempEvbuffer, m_pVRecvEvbuffer, m_pAURecvEvbuffer,
-                           m_StartProcessData);
-}
-
-// ---- per-packet work on the assemble thread -------------------------------
-
-void on_evbuffer_call_back(CBuffer*, uint32_t, uint32_t, void* arg) {
-    auto* control = static_cast<CVideoControl*>(arg);
-    if (!control || !control->m_StartProcessData || control->ConnectType == CONNECT_TYPE_NONE)
-        return;
-    control->onVideoPacket();
-}
-
-void on_audio_dataprocess_call(CBuffer*, uint32_t, uint32_t, void* arg) {
-    auto* control = static_cast<CVideoControl*>(arg);
-    if (!control || !control->m_StartProcessData || control->ConnectType == CONNECT_TYPE_NONE)
-        return;
-    control->onAudioPacket();
-}
-
-void CVideoControl::jpegSink(void* self, const unsigned char* data, size_t length) {
-    static_cast<CVideoControl*>(self)->ProcessDataCallBackMJPEG(const_cast<unsigned char*>(data),
-                                                                length);
-}
-
-void CVideoControl::audioSink(void* self, const unsigned char* data, size_t length) {
-    static_cast<CVideoControl*>(self)->ProcessAudioCallBack(const_cast<unsigned char*>(data),
-                                                            length, AACDATA_TYPE);
-}
-
-void CVideoControl::onVideoPacket() {
-    if (m_DataType == MJPEGDATA_TYPE) {
-        const uint8_t* packet = nullptr;
-        uint32_t length = 0;
-        if (frontPacket(m_pVRecvEvbuffer, &packet, &length))
-            m_jpeg.pushPacket(packet, length, jpegSink, this);
-        // Whatever else the receive buffer holds goes with this packet.
-        evbuffer_drain(m_pVRecvEvbuffer, m_pVRecvEvbuffer->off);
-        return;
-    }
-    int complete = 0;
-    int nalType = 0;
-    unsigned int timestamp = 0;
-    GetFrameData(m_pVFrameEvbuffer, complete, nalType, timestamp);
-    if (complete) deliverH264Frame();
-}
-
-void CVideoControl::deliverH264Frame() {
-    unsigned char* data = m_pVFrameEvbuffer->buffer;
-    const uint32_t length = m_pVFrameEvbuffer->off;
-    int showKey = m_bFirstKeyShow;
-    const FRAME_TYPE_E type = length > 4 && IsKeyFrameH264(char(data[4])) ? I_FRAME : P_FRAME;
-    if (!m_bFirstKeyShow && type == I_FRAME) {
-        m_bFirstKeyShow = 1;
-        showKey = 1;
-        KovoTrace("Receive key frame .\n");
-    }
-    if (showKey) ProcessDataCallBack(data, length, H264DATA_TYPE, type);
-    evbuffer_drain(m_pVFrameEvbuffer, length);
-}
-
-void CVideoControl::onAudioPacket() {
-    int complete = 0;
-    int unused = 0;
-    GetAudioData(m_pAUFrameEvbuffer, complete, unused);
-}
-
-int CVideoControl::GetFrameData(CBuffer* frame, int& complete, int& nalType,
-                                unsigned int& timestamp) {
-    m_h264.GetFrameData(m_pVRecvEvbuffer, frame, complete, nalType, timestamp);
-    return 0;
-}
-
-int CVideoControl::GetAudioData(CBuffer*, int& complete, int&) {
-    complete = 0;
-    const uint8_t* packet = nullptr;
-    uint32_t length = 0;
-    if (!frontPacket(m_pAURecvEvbuffer, &packet, &length)) {
-        evbuffer_drain(m_pAURecvEvbuffer, m_pAURecvEvbuffer->off);
-        return 0;
-    }
-    // The sink hands each ADTS frame straight to the application.
-    m_aac.pushPacket(packet, length, audioSink, this);
-    complete = 1;
-    // Further access units of the packet stay at the front of the buffer.
-    evbuffer_drain(m_pAURecvEvbuffer, 4 + m_aac.consumedBytes());
-    return 0;
-}
-
 int CVideoControl::CheckStamp(unsigned char* data, int length) {
     static const unsigned char kStampCode[16] = {0x00, 0x00, 0x00, 0x01, 0x06, 0x00, 0x0A, 0xAB,
                                                  0xF2, 0x00, 0x00, 0x03, 0x02, 0xBF, 0x20, 0x00};
@@ -398,10 +277,8 @@ int CVideoControl::RTPRecvfrom(int fd, short, void*) {
     if (n < 1) return 0;
     if (n > RTP_HEAD_LEN && IsKeyFrameH264(datagram[RTP_HEAD_LEN])) m_bStartFromKeyFrame = 1;
     if (m_bStartFromKeyFrame) {
-        uint32_t length = uint32_t(n);
-        evbuffer_addx(m_pVRecvEvbuffer, &length, 4, 0);
-        if (evbuffer_addx(m_pVRecvEvbuffer, datagram, length, 1) == -1)
-            KovoTrace("Sleep = %d\n", n);
+        prepareTracks();
+        pushToTrack(m_video, reinterpret_cast<const uint8_t*>(datagram), uint32_t(n));
         m_StartProcessData = 1;
     }
     return n;

@@ -1,6 +1,7 @@
 // Per-stream controller: a receive thread reads the device's stream socket
-// into the network queue; an assemble thread de-interleaves the bytes, runs
-// the frame assemblers and calls the application's callbacks.
+// into the network queue; an assemble thread de-interleaves the bytes, hands
+// each packet to the depacketiser of its track and delivers the frames that
+// come out to the application's callbacks.
 #ifndef KOVO_STREAM_VIDEOCONTROL_H
 #define KOVO_STREAM_VIDEOCONTROL_H
 
@@ -8,16 +9,20 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 
 #include "sdk/KovoSDK.h"
-#include "stream/AacAssembler.h"
+#include "stream/AacDepacketizer.h"
 #include "stream/DataList.h"
+#include "stream/Deinterleaver.h"
 #include "stream/H264Depacketizer.h"
-#include "stream/JpegAssembler.h"
+#include "stream/JpegDepacketizer.h"
+#include "stream/StreamSdp.h"
+#include "stream/StreamTrack.h"
 #include "stream/UnixStd.h"
 
-class CVideoControl {
+class CVideoControl final : private ChannelSink, private kovo::FrameSink {
 public:
     static constexpr int kRecvChunk = 32768;
     // Both threads are woken at once by data or by StopThread, so their waits
@@ -40,6 +45,13 @@ public:
     void SetConnectType(CONNECT_TYPE_E type) { ConnectType = type; }
     // The socket the receive thread reads; taken from the device when unset.
     void SetSocket(int fd) { m_nSocket = fd; }
+    // How packets are read; set before the first packet arrives.
+    void SetReceiveRules(kovo::ReceiveRules rules) { m_rules = rules; }
+    // The SDP of each medium (clock rates, payload types, format parameters).
+    void SetTrackSdp(const kovo::TrackSdp& video, const kovo::TrackSdp& audio);
+    // Interleaved RTP channels the camera announced (standard rules); -1:
+    // the specified layout (video 0, or audio 0 and video 2).
+    void SetChannels(int videoChannel, int audioChannel);
     void StartDecode() { m_bIsDecode = 1; }
     void StopDecode() { m_bIsDecode = 0; }
     unsigned IsDecoding() const { return m_bIsDecode; }
@@ -49,6 +61,8 @@ public:
     int SetMJPEGCallBack(fMJPEGCallBack cb, unsigned long user);
     int SetAudioCallBack(fAudioCallBack cb, unsigned long user);
     unsigned long SetAudioCallBackDecode(fAudioCallBackDecode cb, unsigned long user);
+    void SetFrameCallBack(fFrameCallBack cb, unsigned long user);
+    void GetStatistics(KOVO_STREAM_STATS& out) const { m_stats.read(out); }
 
     int ProcessDataCallBack(unsigned char* data, unsigned long length, DATA_TYPE_E type,
                             FRAME_TYPE_E frameType);
@@ -78,6 +92,7 @@ public:
     // (what the assemble thread does per network item).
     void AssembleChunk(const char* data, uint32_t length);
 
+    // Specified entry points, kept as adapters onto the depacketisers.
     int GetFrameData(CBuffer* frame, int& complete, int& nalType, unsigned int& timestamp);
     int GetAudioData(CBuffer* frame, int& complete, int&);
     int CheckStamp(unsigned char* data, int length);
@@ -97,25 +112,42 @@ private:
     static void* RecvThreadProc(void* self);
     static void* AssembleFrameProc(void* self);
     static void* DecodeFrameProc(void* self);
-    static void jpegSink(void* self, const unsigned char* data, size_t length);
-    static void audioSink(void* self, const unsigned char* data, size_t length);
-    void onVideoPacket();
-    void onAudioPacket();
-    void deliverH264Frame();
+    // One medium of the stream.
+    struct Track {
+        DATA_TYPE_E dataType = NODATA_TYPE;
+        int rtpChannel = -1;
+        int rtcpChannel = -1;
+        kovo::TrackSdp sdp;
+        std::unique_ptr<kovo::Depacketizer> unit;
+        kovo::SequenceWatch sequence;
+        kovo::MediaClock clock;
+        bool discontinuity = false;  // reported with the next frame
+    };
+
     void receiveLoop();
     void assembleLoop();
+    void prepareTracks();
+    void pushToTrack(Track& track, const uint8_t* bytes, uint32_t length);
+    void deliver(const kovo::MediaFrame& frame);
+    bool knowsChannel(uint8_t channel) const override;
+    void onChannelPacket(uint8_t channel, const uint8_t* packet, uint32_t length) override;
+    bool processing() const override;
+    void onFrame(const kovo::MediaFrame& frame) override;
+    void onFrameDropped() override;
 
     int m_nSourceVideoWidth;
     int m_nSourceVideoHeight;
     int m_nFrameRate;
-    CBuffer* m_pVFrameEvbuffer = nullptr;
     CBuffer* m_pVTempEvbuffer = nullptr;
-    CBuffer* m_pVRecvEvbuffer = nullptr;
-    CBuffer* m_pAURecvEvbuffer = nullptr;
-    CBuffer* m_pAUFrameEvbuffer = nullptr;
     int m_StartProcessData = 0;
-    int m_bFirstKeyShow = 0;
     CONNECT_TYPE_E ConnectType = CONNECT_TYPE_NONE;
+    kovo::ReceiveRules m_rules = kovo::ReceiveRules::Specified;
+    Track m_video;
+    Track m_audio;
+    bool m_tracksReady = false;
+    int m_announcedVideoChannel = -1;
+    int m_announcedAudioChannel = -1;
+    kovo::StreamStatistics m_stats;
 
     // Callback slots: set on application threads, read on the assemble thread.
     std::mutex m_callbackLock;
@@ -130,15 +162,16 @@ private:
     unsigned long m_dwUserAudio = 0;
     fAudioCallBackDecode m_cbAudioDecode = nullptr;
     unsigned long m_dwUserAudioDecode = 0;
+    fFrameCallBack m_cbFrame = nullptr;
+    unsigned long m_dwUserFrame = 0;
 
     sockaddr_in rtpclientaddr{};
     int m_bStartFromKeyFrame = 0;
     std::atomic<unsigned> m_bIsDecode{0};
     unsigned long m_hWnd = 0;
     DATA_TYPE_E m_DataType = NODATA_TYPE;
-    kovo::JpegAssembler m_jpeg;
-    kovo::AacAssembler m_aac;
-    H264Depacketizer m_h264;
+    kovo::H264Depacketizer* m_h264 = nullptr;  // the video unit when it is H.264
+    kovo::AacDepacketizer* m_aac = nullptr;
     CDataList* m_DataList = nullptr;
     pthread_t m_nRecvThreadID{};
     pthread_t m_nAssembleThreadID{};

@@ -12,43 +12,37 @@ namespace {
 using kovo::test::interleave;
 using kovo::test::StdoutCapture;
 
-// A receive buffer that records every packet whose append notified it, then
-// empties itself (as the assemblers do).
+// Records every packet handed over, with the start flag as it was then.
 struct Receiver {
-    CBuffer* buf = evbuffer_new();
     std::vector<std::string> packets;
     std::vector<int> flagAtCallback;
-    const int* flag = nullptr;
-
-    explicit Receiver(const int* startFlag) : flag(startFlag) { evbuffer_setcb(buf, onPacket, this); }
-    ~Receiver() { evbuffer_free(buf); }
-
-    static void onPacket(CBuffer* b, uint32_t, uint32_t, void* arg) {
-        auto* self = static_cast<Receiver*>(arg);
-        uint32_t length = 0;
-        memcpy(&length, b->buffer, 4);
-        EXPECT_EQ(length + 4, b->off);
-        self->packets.emplace_back(reinterpret_cast<char*>(b->buffer) + 4, length);
-        self->flagAtCallback.push_back(*self->flag);
-        evbuffer_drain(b, b->off);
-    }
 };
 
-struct Pipeline {
+struct Pipeline : ChannelSink {
     int startProcessData = 0;
+    bool withAudio = false;
     CBuffer* temp = evbuffer_new();
-    Receiver video{&startProcessData};
-    Receiver audio{&startProcessData};
+    Receiver video, audio;
+    std::vector<std::string> reports;
     ~Pipeline() { evbuffer_free(temp); }
 
+    bool knowsChannel(uint8_t channel) const override { return channel < 4; }
+    void onChannelPacket(uint8_t channel, const uint8_t* packet, uint32_t length) override {
+        const std::string bytes(reinterpret_cast<const char*>(packet), length);
+        if (channel & 1) return reports.push_back(bytes);
+        Receiver& r = withAudio && channel == 0 ? audio : video;
+        r.packets.push_back(bytes);
+        r.flagAtCallback.push_back(startProcessData);
+    }
     std::string pending() const { return std::string(reinterpret_cast<char*>(temp->buffer), temp->off); }
     void pushVideoOnly(const std::string& bytes) {
         evbuffer_addx(temp, bytes.data(), bytes.size(), 0);
-        DeinterleaveVideo(temp, video.buf, startProcessData);
+        DeinterleaveVideo(temp, *this, startProcessData);
     }
     void pushWithAudio(const std::string& bytes) {
+        withAudio = true;
         evbuffer_addx(temp, bytes.data(), bytes.size(), 0);
-        DeinterleaveAudioVideo(temp, video.buf, audio.buf, startProcessData);
+        DeinterleaveAudioVideo(temp, *this, startProcessData);
     }
 };
 
@@ -137,6 +131,9 @@ TEST(Deinterleaver, ChannelRules) {
                     interleave(0, "a2"));
     EXPECT_EQ(q.video.packets, (std::vector<std::string>{"v1", "v2"}));
     EXPECT_EQ(q.audio.packets, (std::vector<std::string>{"a1", "a2"}));
+    // Sender reports where the bytes are skipped are still handed over.
+    EXPECT_EQ(p.reports, (std::vector<std::string>{"rtcp"}));
+    EXPECT_EQ(q.reports, (std::vector<std::string>{"rtcp"}));
 }
 
 TEST(Deinterleaver, WithAudioTheFlagIsSetOnlyWhenAnotherPacketFollows) {

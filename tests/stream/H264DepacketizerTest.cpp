@@ -15,8 +15,10 @@ const std::string kStart("\x00\x00\x00\x01", 4);
 std::string nal(uint8_t header, const std::string& body) { return std::string(1, char(header)) + body; }
 
 
+using kovo::H264Depacketizer;
+
 struct Assembler {
-    H264Depacketizer depacketizer;
+    H264Depacketizer depacketizer{kovo::ReceiveRules::Specified, nullptr};
     CBuffer* recv = evbuffer_new();
     CBuffer* frame = evbuffer_new();
     int complete = 0;
