@@ -71,14 +71,7 @@ AacFormat AacFormat::fromSdp(const std::string& fmtp, uint32_t clockRate, int ch
 }
 
 AacDepacketizer::AacDepacketizer(ReceiveRules rules, FrameSink* sink, AacFormat format)
-    : m_rules(rules), m_sink(sink), m_format(format) {}
-
-void AacDepacketizer::push(const RtpPacket& packet, bool lossBefore) {
-    if (m_rules == ReceiveRules::Standard)
-        pushStandard(packet, lossBefore);
-    else
-        pushSpecified(packet);
-}
+    : Depacketizer(rules, sink), m_format(format) {}
 
 // ---- specified rules -------------------------------------------------------
 
@@ -104,15 +97,9 @@ int AacDepacketizer::takeFront() {
 
 void AacDepacketizer::deliverSpecified(void* self, const unsigned char* data, size_t length) {
     auto* unit = static_cast<AacDepacketizer*>(self);
-    MediaFrame frame;
-    frame.dataType = AACDATA_TYPE;
-    frame.frameType = I_FRAME;
-    frame.data = data;
-    frame.size = uint32_t(length);
-    frame.rtpTimestamp = unit->m_front.timestamp;
-    frame.firstSequence = unit->m_front.sequence;
     unit->m_delivered = true;
-    unit->m_sink->onFrame(frame);
+    unit->m_sink->onFrame(MediaFrame::of(AACDATA_TYPE, I_FRAME, data, length,
+                                         unit->m_front.timestamp, unit->m_front.sequence));
 }
 
 // ---- standard rules --------------------------------------------------------
@@ -170,14 +157,8 @@ void AacDepacketizer::deliver(const uint8_t* unit, uint32_t size, uint32_t times
                               uint16_t sequence) {
     if (unit != m_frame + kAdtsHeaderSize) memcpy(m_frame + kAdtsHeaderSize, unit, size);
     WriteAdtsHeader(m_frame, size, m_format.objectType, m_format.frequencyIndex, m_format.channels);
-    MediaFrame frame;
-    frame.dataType = AACDATA_TYPE;
-    frame.frameType = I_FRAME;
-    frame.data = m_frame;
-    frame.size = uint32_t(kAdtsHeaderSize + size);
-    frame.rtpTimestamp = timestamp;
-    frame.firstSequence = sequence;
-    m_sink->onFrame(frame);
+    m_sink->onFrame(
+        MediaFrame::of(AACDATA_TYPE, I_FRAME, m_frame, kAdtsHeaderSize + size, timestamp, sequence));
 }
 
 }  // namespace kovo

@@ -38,21 +38,18 @@ public:
 
     AacDepacketizer(ReceiveRules rules, FrameSink* sink, AacFormat format = {});
 
-    void push(const RtpPacket& packet, bool lossBefore) override;
 
     // Specified rules, one step: the packet at the front of the receive
     // buffer; 1 when it gave a frame.
     int takeFront();
 
 private:
+    void pushSpecified(const RtpPacket& packet) override;
+    void pushStandard(const RtpPacket& packet, bool lossBefore) override;
     static void deliverSpecified(void* self, const unsigned char* data, size_t length);
-    void pushSpecified(const RtpPacket& packet);
-    void pushStandard(const RtpPacket& packet, bool lossBefore);
     void gatherFragment(const RtpPacket& packet, const uint8_t* data, uint32_t size);
     void deliver(const uint8_t* unit, uint32_t size, uint32_t timestamp, uint16_t sequence);
 
-    ReceiveRules m_rules;
-    FrameSink* m_sink;
     AacFormat m_format;
     PacketBacklog m_backlog;
     AacAssembler m_assembler;

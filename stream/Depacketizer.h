@@ -9,6 +9,7 @@
 //    fragment offsets, SDP parameters), for other cameras.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "sdk/KovoSDK.h"
@@ -28,6 +29,18 @@ struct MediaFrame {
     uint16_t firstSequence = 0;
     int width = 0;  // when the payload tells (JPEG header, SPS); else 0
     int height = 0;
+
+    static MediaFrame of(DATA_TYPE_E dataType, FRAME_TYPE_E frameType, const uint8_t* data,
+                         size_t size, uint32_t rtpTimestamp, uint16_t firstSequence) {
+        MediaFrame frame;
+        frame.dataType = dataType;
+        frame.frameType = frameType;
+        frame.data = data;
+        frame.size = uint32_t(size);
+        frame.rtpTimestamp = rtpTimestamp;
+        frame.firstSequence = firstSequence;
+        return frame;
+    }
 };
 
 class FrameSink {
@@ -49,8 +62,21 @@ public:
     virtual ~Depacketizer() = default;
     // The next packet of this unit's track in arrival order. lossBefore:
     // packets of the track went missing just before this one (sequence gap
-    // or a new source).
-    virtual void push(const RtpPacket& packet, bool lossBefore) = 0;
+    // or a new source); the specified rules do not look at it.
+    void push(const RtpPacket& packet, bool lossBefore) {
+        if (m_rules == ReceiveRules::Standard)
+            pushStandard(packet, lossBefore);
+        else
+            pushSpecified(packet);
+    }
+
+protected:
+    Depacketizer(ReceiveRules rules, FrameSink* sink) : m_rules(rules), m_sink(sink) {}
+    virtual void pushSpecified(const RtpPacket& packet) = 0;
+    virtual void pushStandard(const RtpPacket& packet, bool lossBefore) = 0;
+
+    const ReceiveRules m_rules;
+    FrameSink* const m_sink;
 };
 
 }  // namespace kovo

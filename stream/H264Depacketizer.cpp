@@ -28,20 +28,12 @@ uint32_t readLengthPrefix(const CBuffer* recv) {
 }  // namespace
 
 H264Depacketizer::H264Depacketizer(ReceiveRules rules, FrameSink* sink, std::string parameterSets)
-    : m_rules(rules),
-      m_sink(sink),
+    : Depacketizer(rules, sink),
       m_frame(evbuffer_new()),
       m_parameterSets(std::move(parameterSets)) {}
 
 H264Depacketizer::~H264Depacketizer() {
     evbuffer_free(m_frame);
-}
-
-void H264Depacketizer::push(const RtpPacket& packet, bool lossBefore) {
-    if (m_rules == ReceiveRules::Standard)
-        pushStandard(packet, lossBefore);
-    else
-        pushSpecified(packet);
 }
 
 // ---- specified rules -------------------------------------------------------
@@ -63,13 +55,9 @@ void H264Depacketizer::pushSpecified(const RtpPacket& packet) {
 
 void H264Depacketizer::deliverSpecified(unsigned int timestamp) {
     const uint32_t length = m_frame->off;
-    MediaFrame frame;
-    frame.dataType = H264DATA_TYPE;
-    frame.data = m_frame->buffer;
-    frame.size = length;
-    frame.frameType = length > 4 && IsKeyFrameH264(char(frame.data[4])) ? I_FRAME : P_FRAME;
-    frame.rtpTimestamp = timestamp;
-    frame.firstSequence = m_frameSequence;
+    const bool key = length > 4 && IsKeyFrameH264(char(m_frame->buffer[4]));
+    const MediaFrame frame = MediaFrame::of(H264DATA_TYPE, key ? I_FRAME : P_FRAME, m_frame->buffer,
+                                            length, timestamp, m_frameSequence);
     int showKey = m_bFirstKeyShow;
     if (!m_bFirstKeyShow && frame.frameType == I_FRAME) {
         m_bFirstKeyShow = 1;
@@ -271,13 +259,9 @@ void H264Depacketizer::finishFrame() {
     if (m_fragmentOpen) m_frameBroken = true;
     const bool deliver = m_frameHasSlice && !m_frameBroken && (!m_waitForKey || m_frameHasIdr);
     if (deliver) {
-        MediaFrame frame;
-        frame.dataType = H264DATA_TYPE;
-        frame.frameType = m_frameHasIdr ? I_FRAME : P_FRAME;
-        frame.data = m_frame->buffer;
-        frame.size = m_frame->off;
-        frame.rtpTimestamp = m_frameTimestamp;
-        frame.firstSequence = m_frameSequence;
+        MediaFrame frame = MediaFrame::of(H264DATA_TYPE, m_frameHasIdr ? I_FRAME : P_FRAME,
+                                          m_frame->buffer, m_frame->off, m_frameTimestamp,
+                                          m_frameSequence);
         frame.width = m_width;
         frame.height = m_height;
         if (m_frameHasIdr) {

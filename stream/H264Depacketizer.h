@@ -39,7 +39,6 @@ public:
     H264Depacketizer(const H264Depacketizer&) = delete;
     H264Depacketizer& operator=(const H264Depacketizer&) = delete;
 
-    void push(const RtpPacket& packet, bool lossBefore) override;
 
     // Specified rules, one step: consumes the packet at the front of recv
     // (4-byte host-order length, then the RTP packet) and appends its NAL
@@ -52,8 +51,9 @@ public:
     CBuffer* receiveBuffer() { return m_backlog.buffer(); }
 
 private:
+    void pushSpecified(const RtpPacket& packet) override;
+    void pushStandard(const RtpPacket& packet, bool lossBefore) override;
     // Specified rules.
-    void pushSpecified(const RtpPacket& packet);
     void deliverSpecified(unsigned int timestamp);
     bool appendToFrame(CBuffer* frame, const void* data, uint32_t length);
     void takeSingleNalu(CBuffer* recv, CBuffer* frame, const RtpPacket& p, int& complete,
@@ -62,15 +62,12 @@ private:
                       int& nalType);
 
     // Standard rules.
-    void pushStandard(const RtpPacket& packet, bool lossBefore);
     void appendNalUnit(const uint8_t* nal, uint32_t size);
     void takeAggregate(const RtpPacket& packet);
     void takeFuA(const RtpPacket& packet);
     void finishFrame();
     void dropFrame();
 
-    ReceiveRules m_rules;
-    FrameSink* m_sink;
     PacketBacklog m_backlog;  // specified rules: packets waiting their turn
     CBuffer* m_frame;  // the frame being assembled
 

@@ -17,14 +17,7 @@ uint32_t be16(const uint8_t* p) { return uint32_t((p[0] << 8) | p[1]); }
 }  // namespace
 
 JpegDepacketizer::JpegDepacketizer(ReceiveRules rules, FrameSink* sink)
-    : m_rules(rules), m_sink(sink) {}
-
-void JpegDepacketizer::push(const RtpPacket& packet, bool lossBefore) {
-    if (m_rules == ReceiveRules::Standard)
-        pushStandard(packet, lossBefore);
-    else
-        pushSpecified(packet);
-}
+    : Depacketizer(rules, sink) {}
 
 // ---- specified rules -------------------------------------------------------
 
@@ -45,13 +38,8 @@ void JpegDepacketizer::pushSpecified(const RtpPacket& packet) {
 
 void JpegDepacketizer::deliverSpecified(void* self, const unsigned char* data, size_t length) {
     auto* unit = static_cast<JpegDepacketizer*>(self);
-    MediaFrame frame;
-    frame.dataType = MJPEGDATA_TYPE;
-    frame.frameType = I_FRAME;
-    frame.data = data;
-    frame.size = uint32_t(length);
-    frame.rtpTimestamp = unit->m_front.timestamp;
-    frame.firstSequence = unit->m_frameSequence;
+    MediaFrame frame = MediaFrame::of(MJPEGDATA_TYPE, I_FRAME, data, length,
+                                      unit->m_front.timestamp, unit->m_frameSequence);
     if (unit->m_front.payloadSize >= kMainHeader) {
         frame.width = unit->m_front.payload[6] * 8;
         frame.height = unit->m_front.payload[7] * 8;
@@ -93,13 +81,8 @@ void JpegDepacketizer::pushStandard(const RtpPacket& packet, bool lossBefore) {
     if (!packet.marker) return;
     m_image.push_back(0xFF);
     m_image.push_back(0xD9);
-    MediaFrame frame;
-    frame.dataType = MJPEGDATA_TYPE;
-    frame.frameType = I_FRAME;
-    frame.data = m_image.data();
-    frame.size = uint32_t(m_image.size());
-    frame.rtpTimestamp = m_frameTimestamp;
-    frame.firstSequence = m_frameSequence;
+    MediaFrame frame = MediaFrame::of(MJPEGDATA_TYPE, I_FRAME, m_image.data(), m_image.size(),
+                                      m_frameTimestamp, m_frameSequence);
     frame.width = m_width;
     frame.height = m_height;
     m_sink->onFrame(frame);

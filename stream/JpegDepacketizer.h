@@ -25,17 +25,14 @@ public:
 
     JpegDepacketizer(ReceiveRules rules, FrameSink* sink);
 
-    void push(const RtpPacket& packet, bool lossBefore) override;
 
 private:
+    void pushSpecified(const RtpPacket& packet) override;
+    void pushStandard(const RtpPacket& packet, bool lossBefore) override;
     static void deliverSpecified(void* self, const unsigned char* data, size_t length);
-    void pushSpecified(const RtpPacket& packet);
-    void pushStandard(const RtpPacket& packet, bool lossBefore);
     bool startFrame(const RtpPacket& packet, uint32_t headerSize);
     void dropFrame();
 
-    ReceiveRules m_rules;
-    FrameSink* m_sink;
     PacketBacklog m_backlog;
     JpegAssembler m_assembler;
     RtpPacket m_front;          // specified rules: the packet being worked off
