@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "sdk/Device.h"
+#include "sdk/Trace.h"
 
 using Lock = std::unique_lock<std::recursive_mutex>;
 
@@ -208,7 +209,7 @@ void CSocket::TestNetwork() {
     std::vector<int> accepted;
     for (const auto& entry : m_mapClientsList) accepted.push_back(entry.first);
     for (int sock : accepted) {
-        std::printf("TestNetwork\n");
+        kovo::tracef("TestNetwork\n");
         Send(sock, probe, sizeof probe);
     }
 }

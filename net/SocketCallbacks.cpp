@@ -2,13 +2,14 @@
 #include <cstdio>
 
 #include "net/Socket.h"
+#include "sdk/Trace.h"
 
 int OnConnect(int, const char*, int) { return 1; }
 
 int OnError(const char*) { return 1; }
 
 int OnError(const char* text, int value) {
-    std::printf(text, value);
+    kovo::tracef(text, value);
     return 1;
 }
 

@@ -10,6 +10,7 @@
 
 #include "net/Socket.h"
 #include "sdk/Device.h"
+#include "sdk/Trace.h"
 
 using Lock = std::unique_lock<std::recursive_mutex>;
 
@@ -142,10 +143,10 @@ void CSocket::AIOCompletionHandler(aiocb_plus* req) {
     if (self->ReadLanded(sock)) {
         self->CloseConnect(sock, req);
     } else if (err != 0 || n < 0) {
-        std::puts(std::strerror(err != 0 ? err : EIO));
+        kovo::traceputs(std::strerror(err != 0 ? err : EIO));
         OnDisconnect(sock);
         self->CloseConnect(sock, req);
-        std::printf("Client close abnormal,current connetions:%d\n", self->GetConnectionsCount());
+        kovo::tracef("Client close abnormal,current connetions:%d\n", self->GetConnectionsCount());
     } else if (n > 0) {
         // Re-armed first so that one read is always outstanding; the next
         // completion may run while the data is being handled.
@@ -156,7 +157,7 @@ void CSocket::AIOCompletionHandler(aiocb_plus* req) {
     } else {
         OnDisconnect(sock);
         self->CloseConnect(sock, req);
-        std::printf("Client close normal, current connetions:%d\n", self->GetConnectionsCount());
+        kovo::tracef("Client close normal, current connetions:%d\n", self->GetConnectionsCount());
     }
     self->ReadDone(sock);
 }

@@ -3,6 +3,9 @@
 #ifndef KOVO_RTSP_RTSP_H
 #define KOVO_RTSP_RTSP_H
 
+#include <atomic>
+#include <mutex>
+
 #include "sdk/KovoSDK.h"
 
 struct GUID;
@@ -49,12 +52,22 @@ struct CConnect {
     void* pDevice = nullptr;
 
     // Link-option bounds, in ms; 0 keeps the blocking behaviour (no bound).
-    int connectTimeoutMs = 0;
-    int replyTimeoutMs = 0;
+    // Another thread may change them while a call waits.
+    std::atomic<int> connectTimeoutMs{0};
+    std::atomic<int> replyTimeoutMs{0};
 
     // False once the socket has been closed, so that a descriptor number the
     // system may since have handed to another connection is never used again.
-    bool socketOpen = false;
+    std::atomic<bool> socketOpen{false};
+    // Held only to close the socket or to shut it down from another thread
+    // (rtsp_interrupt), never across a wait.
+    std::mutex socketLock;
+
+    // CSeq of the request whose reply is awaited; and whether the reply of an
+    // earlier request timed out and may still arrive, so that it is not taken
+    // for the answer of a later one.
+    unsigned requestCseq = 0;
+    bool lateReplyPossible = false;
 };
 
 KOVO_API void rtsp_schedule_field(CConnect* conn, const char* text);
@@ -94,5 +107,25 @@ KOVO_API char* rtsp_get_audio_mrl(CConnect* conn);
 KOVO_API int rtsp_connect(CConnect* conn, const char* proxy, int port, const char* url,
                           const char* user_agent, int kind, GUID* appId);
 int rtsp_connect(CConnect* conn, const char* url, const char* user_agent);
+
+// ---- Bounded waits (rtsp_link.cpp); with both bounds 0 nothing changes ----
+
+// Opens conn->s to addr (IPv4, network order) and port, within
+// conn->connectTimeoutMs when set. 0, or -1 with the last error recorded.
+int rtsp_open_socket(CConnect* conn, unsigned long addr, int port);
+// Waits up to conn->replyTimeoutMs for the socket to become readable; false
+// (time-out recorded) when it did not.
+bool rtsp_wait_readable(CConnect* conn);
+// Reads exactly one whole reply (header and Content-Length body, at most len
+// bytes) within conn->replyTimeoutMs, skipping late replies of timed-out
+// requests. The count, or below 1 as rtsp_get.
+int rtsp_read_reply(CConnect* conn, char* buf, int len);
+// Records the thread's last error for a reply with this status.
+void rtsp_record_status(int status);
+// Closes the socket (once) after the peer closed it or a read failed.
+void rtsp_close_socket(CConnect* conn);
+// Shuts the socket down so that a thread blocked on it returns at once; the
+// descriptor stays open until rtsp_close.
+void rtsp_interrupt(CConnect* conn);
 
 #endif

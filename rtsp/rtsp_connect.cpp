@@ -11,6 +11,7 @@
 
 #include "rtsp/rtsp.h"
 #include "sdk/Device.h"
+#include "sdk/LastError.h"
 
 namespace {
 
@@ -80,7 +81,7 @@ int prove_with_options(CConnect* conn, const char* url, int kind, GUID* appId) {
 int rtsp_connect(CConnect* conn, const char* proxy, int port, const char* url, const char* user_agent, int kind,
                  GUID* appId) {
     const bool viaProxy = proxy && proxy[0];
-    if (!prepare(conn, url, port, user_agent, !viaProxy)) return -1;
+    if (!prepare(conn, url, port, user_agent, !viaProxy)) return kovo::failWith(KOVO_ERR_INVALID_ARG, -1);
 
     const char* target = conn->host;
     if (viaProxy) {
@@ -91,16 +92,16 @@ int rtsp_connect(CConnect* conn, const char* proxy, int port, const char* url, c
         conn->proxy = 0;
     }
 
-    conn->s = socket(AF_INET, SOCK_STREAM, 0);
-    if (conn->s < 0) return -1;
-    conn->socketOpen = true;
+    {
+        std::lock_guard<std::mutex> lock(conn->socketLock);
+        conn->s = socket(AF_INET, SOCK_STREAM, 0);
+        if (conn->s < 0) return kovo::failWith(KOVO_ERR_UNREACHABLE, -1);
+        conn->socketOpen = true;
+    }
 
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = inet_addr(target);
-    addr.sin_port = htons(static_cast<uint16_t>(conn->port));
-    if (addr.sin_addr.s_addr == INADDR_NONE) return -1;
-    if (connect(conn->s, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) return -1;
+    const in_addr_t addr = inet_addr(target);
+    if (addr == INADDR_NONE) return kovo::failWith(KOVO_ERR_INVALID_ARG, -1);
+    if (rtsp_open_socket(conn, addr, conn->port) != 0) return -1;
 
     return prove_with_options(conn, url, kind, appId);
 }

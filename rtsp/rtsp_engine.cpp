@@ -10,6 +10,8 @@
 #include <string>
 
 #include "rtsp/rtsp.h"
+#include "sdk/LastError.h"
+#include "sdk/Trace.h"
 
 CConnect::CConnect() {
     host[0] = proxyhost[0] = path[0] = mrl[0] = user_agent[0] = '\0';
@@ -74,6 +76,19 @@ void finish_reply(CConnect* conn) {
     rtsp_schedule_standard(conn);
 }
 
+// A reply wait is bounded once the application set a reply time-out.
+int read_reply(CConnect* conn, char* buf, int len) {
+    return conn->replyTimeoutMs > 0 ? rtsp_read_reply(conn, buf, len) : rtsp_get(conn, buf, len);
+}
+
+// The number in the scheduled "CSeq: n" line, 0 when none is queued.
+unsigned scheduled_cseq(const CConnect* conn) {
+    unsigned value = 0;
+    for (int i = 0; i < RTSP_MAX_LINES && conn->scheduled[i]; ++i)
+        if (sscanf(conn->scheduled[i], "CSeq: %u", &value) == 1) return value;
+    return 0;
+}
+
 }  // namespace
 
 void rtsp_schedule_field(CConnect* conn, const char* text) {
@@ -122,7 +137,7 @@ int rtsp_put(CConnect* conn, const char* text) {
     std::string wire;
     wire.reserve(len + 3);
     wire.append(text, len).append("\r\n");
-    printf("---send %s\n", wire.c_str());
+    kovo::tracef("---send %s\n", wire.c_str());
     if (!conn->socketOpen) return -1;
     return static_cast<int>(send(conn->s, wire.data(), wire.size(), MSG_NOSIGNAL));
 }
@@ -131,6 +146,7 @@ int rtsp_send_request(CConnect* conn, const char* method, const char* url) {
     std::string text;
     text.append(method).append(" ").append(url).append(" RTSP/1.0\r\n");
     for (int i = 0; i < RTSP_MAX_LINES && conn->scheduled[i]; ++i) text.append(conn->scheduled[i]).append("\r\n");
+    conn->requestCseq = scheduled_cseq(conn);
     const int sent = rtsp_put(conn, text.c_str());
     rtsp_unschedule_all(conn);
     return sent;
@@ -139,6 +155,7 @@ int rtsp_send_request(CConnect* conn, const char* method, const char* url) {
 int rtsp_get(CConnect* conn, char* buf, int len) {
     if (len <= 0) return 0;
     memset(buf, 0, static_cast<size_t>(len));
+    if (!rtsp_wait_readable(conn)) return 0;
     ssize_t n = -1;
     if (conn->socketOpen) {
         do {
@@ -146,10 +163,8 @@ int rtsp_get(CConnect* conn, char* buf, int len) {
         } while (n < 0 && errno == EINTR);
     }
     if (n > 0) return static_cast<int>(n);
-    if (conn->socketOpen) {
-        close(conn->s);
-        conn->socketOpen = false;
-    }
+    kovo::setLastError(KOVO_ERR_CLOSED);
+    rtsp_close_socket(conn);
     memset(buf, 0, static_cast<size_t>(len));
     return static_cast<int>(n);
 }
@@ -180,26 +195,31 @@ int rtsp_get_answersEx(CConnect* conn, char* text) {
     if (!conn || !text) return 0;
     const int status = rtsp_get_status_code(conn, text);
     rtsp_free_answers(conn);
-    if (!parse_lines(conn, text, ReplyKind::Headers).complete) return 0;
+    if (!parse_lines(conn, text, ReplyKind::Headers).complete) {
+        rtsp_record_status(0);
+        return 0;
+    }
     finish_reply(conn);
+    rtsp_record_status(status);
     return status;
 }
 
 int rtsp_get_answers(CConnect* conn) {
     // One byte more than a read can fill keeps the text terminated.
     char buf[RTSP_REPLY_BUFFER + 1] = {};
-    if (rtsp_get(conn, buf, RTSP_REPLY_BUFFER) < 1) return 0;
+    if (read_reply(conn, buf, RTSP_REPLY_BUFFER) < 1) return 0;
     return rtsp_get_answersEx(conn, buf);
 }
 
 int rtsp_discribe_answers(CConnect* conn) {
     char buf[RTSP_REPLY_BUFFER + 1] = {};
-    const int total = rtsp_get(conn, buf, RTSP_REPLY_BUFFER);
+    const int total = read_reply(conn, buf, RTSP_REPLY_BUFFER);
     if (total < 1) return 0;
     const int status = rtsp_get_status_code(conn, buf);
     rtsp_free_answers(conn);
     const ParseResult parsed = parse_lines(conn, buf, ReplyKind::Describe);
     finish_reply(conn);
+    rtsp_record_status(status);
     if (parsed.contentLength > total) rtsp_get_sdp(conn);
     return status;
 }
@@ -247,11 +267,8 @@ void rtsp_free_answers(CConnect* conn) {
 
 void rtsp_close(CConnect* conn) {
     if (!conn) return;
-    if (conn->socketOpen) {
-        shutdown(conn->s, SHUT_RDWR);
-        close(conn->s);
-        conn->socketOpen = false;
-    }
+    rtsp_interrupt(conn);
+    rtsp_close_socket(conn);
     rtsp_free_answers(conn);
     rtsp_unschedule_all(conn);
 }

@@ -39,7 +39,8 @@ struct CDevice {
     // Library extensions, all off unless the application sets them. They
     // belong to the device rather than to its stream, so they hold before
     // Kovo_OpenStream and across reconnects.
-    KOVO_LINK_OPTIONS link{};
+    KOVO_LINK_OPTIONS link{};  // read and written under linkLock (sdk/LinkOptions.h)
+    mutable std::mutex linkLock;
     KOVO_STREAM_OPTIONS streamOptions{};
     fEventCallBack eventCallBack = nullptr;
     unsigned long eventUser = 0;
@@ -69,7 +70,12 @@ public:
     // Removes the id from the registry, waits until this is the last hold on
     // the device and hands the device over: the caller deletes it. Null when
     // the id no longer maps to the held device (someone retired it first).
-    CDevice* retire();
+    CDevice* retire() { return unregister() ? takeOver() : nullptr; }
+    // The two halves of retire(), for a caller that must act in between
+    // (wake the other holders' blocked calls): false when the id no longer
+    // maps to the held device.
+    bool unregister();
+    CDevice* takeOver();
 
 private:
     long id_;

@@ -5,7 +5,10 @@
 
 #include "rtsp/rtsp.h"
 #include "sdk/Device.h"
+#include "sdk/LastError.h"
+#include "sdk/LinkOptions.h"
 #include "stream/StreamApi.h"
+#include "sdk/Trace.h"
 
 namespace {
 
@@ -22,6 +25,7 @@ bool bind_control_channel(CDevice* device) {
 }
 
 void tear_down_after_refused_bind(CDevice* device) {
+    kovo::LastErrorKeeper refusal;  // the refused SETUP is why the login failed
     rtsp_request_teardown(&device->stream, kInterleavedTransport, 1);
     KovoTrace("Login request setup teardow client.\n");
     rtsp_close(&device->stream);
@@ -30,24 +34,35 @@ void tear_down_after_refused_bind(CDevice* device) {
     rtsp_close(&device->control);
 }
 
+// A call still waiting on one of the device's sockets returns at once
+// (closed) instead of holding the logout up. The stream connection of a
+// running stream is left to its receive thread, which the logout stops.
+void wake_blocked_calls(CDevice* device) {
+    rtsp_interrupt(&device->control);
+    std::unique_lock<std::recursive_mutex> lock(device->callLock, std::try_to_lock);
+    if (!lock.owns_lock() || !device->m_pVideoControl) rtsp_interrupt(&device->stream);
+}
+
 }  // namespace
 
 long Kovo_Login(const char* pszAddress, unsigned short nPort, const char* pszProxy) {
-    if (!pszAddress) return -1;
+    if (!pszAddress) return kovo::failWith(KOVO_ERR_INVALID_ARG, -1);
     CDevice* device = new CDevice;
+    // The defaults of the moment bound this login's own connects and replies.
+    kovo::setDeviceLinkOptions(device, kovo::linkDefaults());
     GUID appId;
     const bool viaProxy = pszProxy && pszProxy[0];
     GUID* sharedId = viaProxy ? &appId : nullptr;
 
     std::string url = std::string("rtsp://") + pszAddress;
-    printf("try to connect %s:%d==proxy:%s==\r\n", pszAddress, nPort, pszProxy ? pszProxy : "(null)");
-    printf("==SDK_VERSION:%s==\r\n", "2.1.2");
+    kovo::tracef("try to connect %s:%d==proxy:%s==\r\n", pszAddress, nPort, pszProxy ? pszProxy : "(null)");
+    kovo::tracef("==SDK_VERSION:%s==\r\n", "2.1.2");
 
     if (rtsp_connect(&device->stream, pszProxy, nPort, url.c_str(), nullptr, kStreamChannel, sharedId) != 0) {
         KovoTrace("Login connect client failed. \n");
         rtsp_close(&device->stream);
         delete device;
-        return -1;
+        return kovo::exchangeOutcome(-1);
     }
     memset(device->stream.pszServerUrl, 0, sizeof device->stream.pszServerUrl);
     strncpy(device->stream.pszServerUrl, pszAddress, sizeof device->stream.pszServerUrl - 1);
@@ -60,36 +75,39 @@ long Kovo_Login(const char* pszAddress, unsigned short nPort, const char* pszPro
         rtsp_close(&device->stream);
         rtsp_close(&device->control);
         delete device;
-        return -1;
+        return kovo::exchangeOutcome(-1);
     }
 
     if (viaProxy && !bind_control_channel(device)) {
         tear_down_after_refused_bind(device);
         delete device;
         KovoTrace("Login error [%d] proxy mode request setup failed and clean.\n", 667);
-        return -108;
+        return kovo::exchangeOutcome(-108);
     }
     device->control.pDevice = device;
 
     const long id = device->stream.s;
     RegisterDevice(id, device);
+    kovo::exchangeOutcome(0);
     return id;
 }
 
 long Kovo_Logout(long lDeviceID) {
     DeviceHold hold(lDeviceID);
-    CDevice* device = hold.retire();
-    if (!device) {
-        puts("Not find device.\r");
-        return -1;
+    if (!hold.unregister()) {
+        kovo::traceputs("Not find device.\r");
+        return kovo::failWith(KOVO_ERR_NO_DEVICE, -1);
     }
+    CDevice* device = hold.get();
+    wake_blocked_calls(device);
     // A stream left open would keep threads reading a socket closed below.
     StopDeviceStream(device);
+    device = hold.takeOver();
     {
         std::lock_guard<std::recursive_mutex> lock(device->callLock);
         rtsp_close(&device->stream);
         rtsp_close(&device->control);
     }
     delete device;
-    return 0;
+    return kovo::succeed();
 }

@@ -6,6 +6,7 @@
 
 #include "rtsp/rtsp.h"
 #include "sdk/Device.h"
+#include "sdk/LastError.h"
 
 namespace kovo::param {
 
@@ -28,9 +29,21 @@ std::string keyOf(const Field& field, const char* prefix) {
 
 }  // namespace
 
+long outcome(long code) {
+    switch (code) {
+        case kInvalidArg:
+            return kovo::failWith(KOVO_ERR_INVALID_ARG, code);
+        case kNoDevice:
+        case -kNoDevice:  // Kovo_PTZControl's unknown device
+            return kovo::failWith(KOVO_ERR_NO_DEVICE, code);
+        default:
+            return kovo::exchangeOutcome(code);
+    }
+}
+
 long traceAndReturn(const char* text, int line, long code) {
     if (text) KovoTrace(text, line);
-    return code;
+    return outcome(code);
 }
 
 long reject(const Messages& msgs, int line) { return traceAndReturn(msgs.invalid, line, kInvalidArg); }

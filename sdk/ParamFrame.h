@@ -80,6 +80,9 @@ long reject(const Messages& msgs, int line);
 long noDevice(const Messages& msgs, int line);
 // Traces an arbitrary text with the line number and returns code.
 long traceAndReturn(const char* text, int line, long code);
+// Records code as the call's outcome (Kovo_GetLastError) and returns it;
+// traceAndReturn and the helpers above do so for every code they return.
+long outcome(long code);
 
 // Value vocabulary of an enumerated field: names[i] is the word of value i.
 // A Set of a value without a word sends names[setOther]; a Get of a word not

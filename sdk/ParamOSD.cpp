@@ -121,7 +121,7 @@ long Kovo_SetOSDRegion(long lDeviceID, int nChannel, int nOsdType, OSD_REGION* p
     if (!ex.found()) return traceAndReturn("SetOSDRegion[%d] device null.\n", __LINE__, kNoDevice);
     ex.useConnectionMrl();
     const bool accepted = nOsdType == kTitleType ? addTitleLines(ex, *pOsdRegion) : addTimeLines(ex, *pOsdRegion);
-    if (!accepted) return kInvalidArg;
+    if (!accepted) return outcome(kInvalidArg);
     if (ex.send(true) != 200) return traceAndReturn("SetOSDRegion [%d] set title failed.\n", __LINE__, kFailed);
     return traceAndReturn("SetOSDRegion Successfully\n", __LINE__, kOk);
 }

@@ -6,6 +6,7 @@
 
 #include "rtsp/rtsp.h"
 #include "sdk/ParamFrame.h"
+#include "sdk/Trace.h"
 
 using namespace kovo::param;
 
@@ -163,7 +164,7 @@ long Kovo_PTZControl(long lDeviceID, int nChannel, long lCommandID, long lParame
     ex.scheduleHeaderNow();
     const CConnect* conn = ex.connection();
     if (conn->clientid[0]) {
-        std::printf("===%s: %.*s===\n", "ClientID", static_cast<int>(strnlen(conn->clientid, sizeof conn->clientid)),
+        kovo::tracef("===%s: %.*s===\n", "ClientID", static_cast<int>(strnlen(conn->clientid, sizeof conn->clientid)),
                     conn->clientid);
     }
     const PtzCommand* command = findPtzCommand(lCommandID);
@@ -222,7 +223,7 @@ long Kovo_GetSerialPortConfig(long lDeviceID, int nComID, SERIALPORT_CONFIG* pSe
     ex.readInto(kSerialProtocol, pSerialConfig);
     ex.readInto(kSerialDome, pSerialConfig);
     ex.readInto(kSerialLine, pSerialConfig);
-    return kOk;
+    return outcome(kOk);
 }
 
 long Kovo_TransparentTransfer(long lDeviceID, int nChannel, unsigned char* pBuf, int len) {
@@ -248,8 +249,8 @@ long Kovo_AuxilControl(long lDeviceID, long lCommandID, char* pszMode, long lVal
     ex.addLine(std::move(line));
     if (ex.send(true) != 200) {
         KovoTrace("Kovo_AuxilControl %ld device command %ld failed.\n", lDeviceID, lCommandID);
-        return kFailed;
+        return outcome(kFailed);
     }
     KovoTrace("Kovo_AuxilControl %ld device command %ld Successfully\n", lDeviceID, lCommandID);
-    return kOk;
+    return outcome(kOk);
 }

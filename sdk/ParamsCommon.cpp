@@ -39,7 +39,7 @@ namespace kovo::param {
 long rejectRange(const char* operation, const char* what, int line) {
     const std::string format = std::string(operation) + "[%d] " + what + ".\n";
     KovoTrace(format.c_str(), line);
-    return kInvalidArg;
+    return outcome(kInvalidArg);
 }
 
 }  // namespace kovo::param

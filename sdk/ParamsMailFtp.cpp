@@ -114,7 +114,7 @@ long Kovo_GetSMTPNotify(long lDeviceID, SMTP_NOTIFY* pNotify) {
 
 long Kovo_SetFTPConfig(long lDeviceID, FTP_CONFIG* pConfig) {
     if (!validDevice(lDeviceID) || !pConfig) return reject(kSetFtp, __LINE__);
-    if (pConfig->nClientMode && checkFtpClient(*pConfig) != kOk) return kInvalidArg;
+    if (pConfig->nClientMode && checkFtpClient(*pConfig) != kOk) return outcome(kInvalidArg);
     return setRecord(lDeviceID, kNoChannel, pConfig, kFtpFields, kSetFtp, __LINE__);
 }
 

@@ -92,7 +92,7 @@ long Kovo_SetNetConfig(long lDeviceID, NET_CONFIG* pNetConfig) {
     if (!validDevice(lDeviceID) || !pNetConfig) return reject(kSetNet, __LINE__);
     Exchange ex(lDeviceID);
     if (!ex.found()) return noDevice(kSetNet, __LINE__);
-    if (checkNetRecord(*pNetConfig) != kOk) return kInvalidArg;
+    if (checkNetRecord(*pNetConfig) != kOk) return outcome(kInvalidArg);
     ex.addValues(kNetFields, pNetConfig);
     return ex.finishSet(kSetNet, __LINE__);
 }

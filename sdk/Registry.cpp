@@ -82,13 +82,20 @@ DeviceHold::~DeviceHold() {
     r.holdReleased.notify_all();
 }
 
-CDevice* DeviceHold::retire() {
+bool DeviceHold::unregister() {
+    if (!device_) return false;
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    auto it = r.devices.find(id_);
+    if (it == r.devices.end() || it->second != device_) return false;
+    r.devices.erase(it);
+    return true;
+}
+
+CDevice* DeviceHold::takeOver() {
     if (!device_) return nullptr;
     Registry& r = registry();
     std::unique_lock<std::mutex> lock(r.mutex);
-    auto it = r.devices.find(id_);
-    if (it == r.devices.end() || it->second != device_) return nullptr;
-    r.devices.erase(it);
     r.holdReleased.wait(lock, [this] { return device_->holders == 1; });
     CDevice* device = device_;
     device->holders = 0;

@@ -5,18 +5,24 @@
 
 #include "sdk/Device.h"
 #include "sdk/KovoSDK.h"
+#include "sdk/Trace.h"
 
 namespace {
 const char kVersion[] = "2.1.2";
 }
 
 void KovoTrace(const char* pszFormat, ...) {
-    char text[512];
+    // The message keeps to 512 bytes; the CR LF follows it.
+    char text[512 + 2];
     va_list args;
     va_start(args, pszFormat);
-    vsnprintf(text, sizeof text, pszFormat, args);
+    int n = vsnprintf(text, 512, pszFormat, args);
     va_end(args);
-    printf("%s\r\n", text);
+    if (n < 0) n = 0;
+    if (n > 511) n = 511;
+    text[n] = '\r';
+    text[n + 1] = '\n';
+    kovo::traceText(text, size_t(n) + 2);
 }
 
 void GetSDKVersion(char* pszVersion) {

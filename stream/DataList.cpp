@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "sdk/Trace.h"
+
 CNetworkData::CNetworkData(const char* data, uint32_t length)
     : m_data(new char[length]), m_len(length) {
     memcpy(m_data, data, length);
@@ -46,7 +48,7 @@ CDataList::~CDataList() {
 
 int CDataList::PutNetworkData(char* data, int length) {
     if (length <= 0) {
-        printf("PutNetworkData len<=0, program exit");
+        kovo::tracef("PutNetworkData len<=0, program exit");
         fflush(stdout);
         exit(-1);
     }
@@ -126,7 +128,7 @@ int CDataList::PutFrame(char* data, unsigned int length, unsigned long long time
     frame->m_codecID = codec;
     m_mtxFrame.Lock();
     if (m_frameCount > 200) {
-        printf("In PutFrame, m_listFrame.size:%d, abort frame data. \n", m_frameCount);
+        kovo::tracef("In PutFrame, m_listFrame.size:%d, abort frame data. \n", m_frameCount);
         delete frame;
         m_mtxFrame.UnLock();
         return -1;
@@ -195,7 +197,7 @@ void PaceDecodeFrames(CDataList* list, int frameRate, const std::atomic<int>& ru
                 if (now < 0 || target < 0) {
                     timeval tv;
                     gettimeofday(&tv, nullptr);
-                    printf("Error ..............time<0 %lld %lld tv.tv_sec=%d\n", now, target,
+                    kovo::tracef("Error ..............time<0 %lld %lld tv.tv_sec=%d\n", now, target,
                            int(tv.tv_sec));
                 } else if (now - start > target) {
                     break;
@@ -218,7 +220,7 @@ void PaceDecodeFrames(CDataList* list, int frameRate, const std::atomic<int>& ru
             delete frame;
         } else if (run) {
             usleep(30000);
-            printf("$$ NULL Queue ");
+            kovo::tracef("$$ NULL Queue ");
         }
     }
 }

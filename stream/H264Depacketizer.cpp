@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "sdk/Trace.h"
 #include "stream/H264Sps.h"
 
 const unsigned char g_nalu_head[4] = {0x00, 0x00, 0x00, 0x01};
@@ -161,7 +162,7 @@ void H264Depacketizer::takeFragment(CBuffer* recv, CBuffer* frame, const RtpPack
     if (fuHeader & 0x40) {
         if (!m_bFrameCheck) {
             evbuffer_drain(frame, frame->off);
-            puts("evbuffer_drain(m_pVFrameEvbuffer\r");
+            kovo::traceputs("evbuffer_drain(m_pVFrameEvbuffer\r");
             return;
         }
         nalType = naluHeader & 0x1F;

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "sdk/KovoSDK.h"
+#include "sdk/Trace.h"
 #include "stream/JpegHeaders.h"
 
 namespace kovo {
@@ -103,7 +104,7 @@ void JpegAssembler::finishFrame(ByteSink sink, void* user) {
         return;
     }
     m_nJpegFrameSize = 0;
-    printf("printf drain first frame ");
+    kovo::tracef("printf drain first frame ");
     fflush(stdout);
 }
 

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "sdk/Trace.h"
 #include "stream/RtpPacket.h"
 #include "stream/UnixStd.h"
 
@@ -18,7 +19,7 @@ class PacketBacklog {
 public:
     PacketBacklog() : m_buffer(evbuffer_new()) {
         if (!m_buffer) {
-            puts("evbuffer_new failed, out of memory");
+            traceputs("evbuffer_new failed, out of memory");
             exit(-1);
         }
     }

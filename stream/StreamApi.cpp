@@ -9,6 +9,8 @@
 #include "rtsp/rtsp.h"
 #include "sdk/Device.h"
 #include "sdk/KovoSDK.h"
+#include "sdk/LastError.h"
+#include "sdk/Trace.h"
 #include "stream/VideoControl.h"
 
 namespace {
@@ -89,13 +91,13 @@ template <typename F>
 long withController(long id, const char* noStream, F f) {
     DeviceHold hold(id);
     CDevice* dev = hold.get();
-    if (!dev) return -1;
+    if (!dev) return kovo::failWith(KOVO_ERR_NO_DEVICE, -1);
     DeviceLock lock(dev->callLock);
     if (!dev->m_pVideoControl) {
-        puts(noStream);
-        return -1;
+        kovo::traceputs(noStream);
+        return kovo::failWith(KOVO_ERR_INVALID_ARG, -1);
     }
-    return f(dev->m_pVideoControl);
+    return kovo::succeed(f(dev->m_pVideoControl));
 }
 
 const char kNoVideoControl[] = "dev->m_pVideoControl == NULL,Kovo_SetRealDataCallBack failed \r";
@@ -114,12 +116,12 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
                      int ConnectType, long lBufPoolSize) {
     if (validateOpenArguments(lDeviceID, nChannel, lStreamType, lStreamMode, ConnectType,
                               lBufPoolSize) != 0)
-        return -1;
+        return kovo::failWith(KOVO_ERR_INVALID_ARG, -1);
     DeviceHold hold(lDeviceID);
     CDevice* dev = hold.get();
     if (!dev) {
-        puts("Kovo_OpenStream tmpDev == NULL");
-        return -1;
+        kovo::traceputs("Kovo_OpenStream tmpDev == NULL");
+        return kovo::failWith(KOVO_ERR_NO_DEVICE, -1);
     }
     // A stream still open on the device is stopped first, so its receive
     // thread neither leaks nor competes for the replies below.
@@ -131,17 +133,17 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
     if (rtsp_request_describe(conn, nullptr) != 200) {
         releaseDevice(hold, lock);
         KovoTrace("OpenStream[%d] request describe failed and return.\n", __LINE__);
-        return -125;
+        return kovo::exchangeOutcome(-125);
     }
     const bool mjpeg = strstr(conn->mrl, "MJPEG") != nullptr;
 
     const char* dimensions = rtsp_search_answers(conn, "a=x-dimensions");
-    if (!dimensions) return -1;
+    if (!dimensions) return kovo::failWith(KOVO_ERR_PROTOCOL, -1);
     sscanf(dimensions, "%d, %d \r\n", &dev->width, &dev->height);
     KovoTrace("%d x %d ", dev->width, dev->height);
     dev->framerate = 0;
     const char* frameRate = rtsp_search_answers(conn, "a=x-framerate");
-    if (!frameRate) return -1;
+    if (!frameRate) return kovo::failWith(KOVO_ERR_PROTOCOL, -1);
     sscanf(frameRate, "%d", &dev->framerate);
     KovoTrace("pFrameRate=%s, tmpDev->framerate=%d\r\n", frameRate, dev->framerate);
 
@@ -149,7 +151,7 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
     if (!videoMrl) {
         releaseDevice(hold, lock);
         KovoTrace("OpenStream[%d] get video mrl failed.\n", __LINE__);
-        return -122;
+        return kovo::failWith(KOVO_ERR_PROTOCOL, -122);
     }
     KovoTrace("videomrl=%s\r\n", videoMrl);
     const char* audioMrl = rtsp_get_audio_mrl(conn);
@@ -157,7 +159,7 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
     dev->a_mrl[0] = '\0';
     if (audioMrl) {
         copyText(dev->a_mrl, audioMrl);
-        printf("audiomrl=%s\n", audioMrl);
+        kovo::tracef("audiomrl=%s\n", audioMrl);
     }
     copyText(dev->v_mrl, videoMrl);
 
@@ -166,24 +168,24 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
         if (setupAndPlay(dev) != 200) {
             KovoTrace("OpenStream[%d] request play(TCP) video error and return,\t\t\t\ttmpDev->v_mrl=%s\r\n",
                       __LINE__, dev->v_mrl);
-            return -123;
+            return kovo::exchangeOutcome(-123);
         }
         startController(dev, lDeviceID, mjpeg);
     }
     KovoTrace("OpenStream Successfully:id=%d \r\n", dev->lDeviceID);
-    return 0;
+    return kovo::exchangeOutcome(0);
 }
 
 long Kovo_CloseStream(long lDeviceID) {
     if (lDeviceID <= 0) {
         KovoTrace("CloseStream[%d] stream id invalid\n", __LINE__);
-        return -1;
+        return kovo::failWith(KOVO_ERR_INVALID_ARG, -1);
     }
     DeviceHold hold(lDeviceID);
     CDevice* dev = hold.get();
     if (!dev) {
-        puts("tmpDev == NULL\r");
-        return -1;
+        kovo::traceputs("tmpDev == NULL\r");
+        return kovo::failWith(KOVO_ERR_NO_DEVICE, -1);
     }
     Kovo_SetRealDataCallBack(lDeviceID, H264DATA_TYPE, nullptr, 0);
     DeviceLock lock(dev->callLock);
@@ -194,33 +196,33 @@ long Kovo_CloseStream(long lDeviceID) {
     CVideoControl* control = takeController(dev);
     lock.unlock();
     CVideoControl::Destroy(control);
-    return 0;
+    return kovo::succeed();
 }
 
 long Kovo_SetVideoWnd(long lDeviceID, unsigned long hWnd) {
     DeviceHold hold(lDeviceID);
     CDevice* dev = hold.get();
-    if (!dev) return -1;
+    if (!dev) return kovo::failWith(KOVO_ERR_NO_DEVICE, -1);
     DeviceLock lock(dev->callLock);
     dev->VideoWnd = int(hWnd);
-    printf("dev->VideoWnd=%ld\n", long(dev->VideoWnd));
-    return 0;
+    kovo::tracef("dev->VideoWnd=%ld\n", long(dev->VideoWnd));
+    return kovo::succeed();
 }
 
 static long setDecoding(long lStreamID, bool on) {
     DeviceHold hold(lStreamID);
     CDevice* dev = hold.get();
-    if (!dev) return -1;
+    if (!dev) return kovo::failWith(KOVO_ERR_NO_DEVICE, -1);
     DeviceLock lock(dev->callLock);
     if (!dev->m_pVideoControl) {
-        puts("m_pVideoControl==NULL, not open stream?");
-        return -2;
+        kovo::traceputs("m_pVideoControl==NULL, not open stream?");
+        return kovo::failWith(KOVO_ERR_INVALID_ARG, -2);
     }
     if (on)
         dev->m_pVideoControl->StartDecode();
     else
         dev->m_pVideoControl->StopDecode();
-    return 0;
+    return kovo::succeed();
 }
 
 long Kovo_StartDecode(long lStreamID) { return setDecoding(lStreamID, true); }

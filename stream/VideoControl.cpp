@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "sdk/Device.h"
+#include "sdk/Trace.h"
 #include "stream/Deinterleaver.h"
 #include "stream/rtp.h"
 
@@ -19,7 +20,7 @@ namespace {
 CBuffer* newBuffer(evbuffer_cb cb, void* arg) {
     CBuffer* buf = evbuffer_new();
     if (!buf) {
-        puts("evbuffer_new failed, out of memory");
+        kovo::traceputs("evbuffer_new failed, out of memory");
         exit(-1);
     }
     evbuffer_setcb(buf, cb, arg);
@@ -152,7 +153,7 @@ void CVideoControl::StartThread() {
     m_recvThreadAlive = true;
     int rc = pthread_create(&m_nRecvThreadID, nullptr, RecvThreadProc, this);
     if (rc != 0) {
-        printf("pthread_create RecvThreadProc error: %s\n", strerror(rc));
+        kovo::tracef("pthread_create RecvThreadProc error: %s\n", strerror(rc));
         fflush(stdout);
         exit(-1);
     }
@@ -160,7 +161,7 @@ void CVideoControl::StartThread() {
     m_nRunAssembleFrame = 1;
     rc = pthread_create(&m_nAssembleThreadID, nullptr, AssembleFrameProc, this);
     if (rc != 0) {
-        printf("pthread_create AssembleFrameProc error: %s\n", strerror(rc));
+        kovo::tracef("pthread_create AssembleFrameProc error: %s\n", strerror(rc));
         fflush(stdout);
         exit(-3);
     }
@@ -223,7 +224,7 @@ void CVideoControl::receiveLoop() {
     char buf[kRecvChunk];
     while (m_nRunRecvThread) {
         if (!GetDevice() && m_nSocket < 0) {
-            puts("pDev==NULL");
+            kovo::traceputs("pDev==NULL");
             usleep(20000);
             continue;
         }
@@ -238,7 +239,7 @@ void CVideoControl::receiveLoop() {
         ssize_t n = recv(m_nSocket, buf, sizeof buf, 0);
         if (n <= 0) {
             if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-            printf("recv len <=0: %d , disconnected ! exit thread!\n", int(n));
+            kovo::tracef("recv len <=0: %d , disconnected ! exit thread!\n", int(n));
             break;
         }
         m_DataList->PutNetworkData(buf, int(n));
@@ -260,7 +261,7 @@ int CVideoControl::CheckStamp(unsigned char* data, int length) {
                                                  0xF2, 0x00, 0x00, 0x03, 0x02, 0xBF, 0x20, 0x00};
     if (!data || length < 16) return 0;
     if (m_iStampWrongCount > 30) {
-        printf("CVideoControl::CheckStamp stamp code error max.");
+        kovo::tracef("CVideoControl::CheckStamp stamp code error max.");
         m_iStampWrongCount = 0;
         return 0;
     }
