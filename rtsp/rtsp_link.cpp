@@ -137,7 +137,9 @@ int rtsp_read_reply(CConnect* conn, char* buf, int len) {
         const int whole = messageLength(buf, have + int(n));
         const int take = whole < 0 ? int(n) : std::min(int(n), whole - have);
         memset(buf + have + take, 0, size_t(len - have - take));
-        n = recv(conn->s, buf + have, size_t(take), 0);
+        do {
+            n = recv(conn->s, buf + have, size_t(take), 0);
+        } while (n < 0 && errno == EINTR);
         if (n <= 0) break;
         have += int(n);
         if (have == len) return have;  // cut, as a reply that does not fit always is
