@@ -390,6 +390,37 @@ void FakeCamera::setDefault(Handler handler) {
     defaultHandler_ = std::move(handler);
 }
 
+void FakeCamera::keepSettings(const std::vector<std::string>& seed) {
+    struct Store {
+        std::mutex mutex;
+        std::map<std::string, std::string> values;
+        void put(const std::vector<std::string>& lines) {
+            std::lock_guard<std::mutex> lock(mutex);
+            for (const std::string& line : lines) {
+                const size_t colon = line.find(": ");
+                if (colon != std::string::npos) values[line.substr(0, colon)] = line.substr(colon + 2);
+            }
+        }
+    };
+    auto store = std::make_shared<Store>();
+    store->put(seed);
+    onMethod("SET_PARAMETER", Handler([store](const Request& request) {
+        store->put(request.lines);
+        return Reply{};
+    }));
+    onMethod("GET_PARAMETER", Handler([store](const Request& request) {
+        std::vector<std::string> answers;
+        std::lock_guard<std::mutex> lock(store->mutex);
+        for (const std::string& line : request.lines) {
+            const std::string key = line.substr(0, line.find(':'));
+            if (key == "CSeq" || key == "Content-type") continue;
+            auto it = store->values.find(key);
+            if (it != store->values.end()) answers.push_back(key + ": " + it->second);
+        }
+        return Reply::ok(answers);
+    }));
+}
+
 std::vector<Request> FakeCamera::requests() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return requests_;

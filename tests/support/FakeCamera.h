@@ -84,6 +84,11 @@ public:
     void onMethod(const std::string& method, Handler handler);       // every time
     void queue(const std::string& method, Reply reply);              // next matching request only
     void setDefault(Handler handler);
+    // A camera that keeps its settings: each SET_PARAMETER stores its
+    // "key: value" lines, each GET_PARAMETER is answered with the stored
+    // value of every line it names (a bare key, or the key of a "key: value"
+    // line). Calling it again forgets what was stored and starts from seed.
+    void keepSettings(const std::vector<std::string>& seed = {});
 
     // Recorded traffic.
     std::vector<Request> requests() const;
