@@ -1,31 +1,74 @@
 #!/usr/bin/env bash
 # The whole test suite: a normal build, the same suite under AddressSanitizer
 # and UndefinedBehaviorSanitizer, and a bounded fuzzing run when clang exists.
+# One line per stage; each stage's full output goes to its build directory's
+# test.log, shown only when the stage fails. Ends with one summary line.
 set -euo pipefail
 cd "$(dirname "$0")"
 jobs=$(nproc)
+fuzz_seconds=${KOVO_FUZZ_SECONDS:-60}
 
-echo "== build and test =="
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j"$jobs"
-ctest --test-dir build --output-on-failure -j"$jobs" --timeout 300
+# run LOG COMMAND...: appends the command's output to LOG; on failure shows
+# the end of it and stops.
+run() {
+  local log=$1; shift
+  if ! "$@" >>"$log" 2>&1; then
+    echo "test.sh: failed: $*" >&2
+    tail -n 60 "$log" >&2
+    echo "test.sh: full output in $log" >&2
+    exit 1
+  fi
+}
 
-echo "== build and test under ASan and UBSan =="
-cmake -S . -B build-sanitize -DCMAKE_BUILD_TYPE=Debug -DKOVO_SANITIZE=ON -DKOVO_BUILD_BENCH=OFF >/dev/null
-cmake --build build-sanitize -j"$jobs"
-ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-  ctest --test-dir build-sanitize --output-on-failure -j"$jobs" --timeout 600
+# suite DIR CMAKE-OPTIONS... : configures, builds and runs ctest in DIR;
+# prints the number of tests that passed.
+suite() {
+  local dir=$1; shift
+  mkdir -p "$dir"
+  local log=$dir/test.log
+  : >"$log"
+  run "$log" cmake -S . -B "$dir" "$@"
+  run "$log" cmake --build "$dir" -j"$jobs"
+  run "$log" ctest --test-dir "$dir" --output-on-failure -j"$jobs" --timeout 600
+  sed -n 's/.*tests passed, 0 tests failed out of \([0-9]*\).*/\1/p' "$log" | tail -n 1
+}
 
+echo "== build and test (log: build/test.log) =="
+plain=$(suite build -DCMAKE_BUILD_TYPE=RelWithDebInfo)
+echo "$plain tests passed"
+
+echo "== build and test under ASan and UBSan (log: build-sanitize/test.log) =="
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+sanitized=$(suite build-sanitize -DCMAKE_BUILD_TYPE=Debug -DKOVO_SANITIZE=ON -DKOVO_BUILD_BENCH=OFF)
+echo "$sanitized tests passed"
+
+fuzzing="fuzzing skipped (no clang)"
 if command -v clang++ >/dev/null 2>&1 && ls fuzz/*.cpp >/dev/null 2>&1; then
-  echo "== fuzzing (bounded) =="
-  CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=Debug -DKOVO_SANITIZE=ON \
-    -DKOVO_BUILD_FUZZ=ON -DKOVO_BUILD_TESTS=OFF -DKOVO_BUILD_BENCH=OFF >/dev/null
+  echo "== fuzzing, ${fuzz_seconds} s a target (log: build-fuzz/test.log) =="
+  mkdir -p build-fuzz
+  log=build-fuzz/test.log
+  : >"$log"
   targets=$(for f in fuzz/*.cpp; do basename "$f" .cpp; done)
-  cmake --build build-fuzz -j"$jobs" --target $targets
+  run "$log" env CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=Debug -DKOVO_SANITIZE=ON \
+    -DKOVO_BUILD_FUZZ=ON -DKOVO_BUILD_TESTS=OFF -DKOVO_BUILD_BENCH=OFF
+  # shellcheck disable=SC2086
+  run "$log" cmake --build build-fuzz -j"$jobs" --target $targets
+  count=0
   for name in $targets; do
-    target=build-fuzz/fuzz/$name
-    echo "-- $(basename "$target")"
-    # close_fd_mask=1 keeps the library's traces of dropped input off the log.
-    "$target" -max_total_time="${KOVO_FUZZ_SECONDS:-60}" -rss_limit_mb=2048 -close_fd_mask=1 2>&1 | tail -n 3
+    echo "-- $name" >>"$log"
+    # close_fd_mask=1 keeps the library's traces of dropped input off the log;
+    # the recommended-dictionary listing at exit is dropped as well.
+    if ! build-fuzz/fuzz/"$name" -max_total_time="$fuzz_seconds" -rss_limit_mb=2048 -close_fd_mask=1 \
+        -print_final_stats=1 2>&1 | sed '/Recommended dictionary/,/End of recommended dictionary/d' >>"$log"; then
+      echo "test.sh: fuzzing $name found a fault:" >&2
+      tail -n 40 "$log" >&2
+      exit 1
+    fi
+    count=$((count + 1))
   done
+  echo "$count targets fuzzed, no findings"
+  fuzzing="fuzzing $count targets x ${fuzz_seconds} s: no findings"
 fi
+
+share=$(bash tools/test-share.sh)
+echo "test.sh: $plain tests passed, $sanitized passed under sanitizers, $fuzzing; $share"

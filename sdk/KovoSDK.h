@@ -24,8 +24,11 @@
  *   Text fields are filled by zeroing the array and copying at most its full
  *   length, so a value as long as the field has no terminating NUL.
  *   Switches are int: non-zero is on.
- *   The library takes no lock around a device's calls: serialise login, logout
- *   and parameter calls per device.
+ *   Calls on one device are serialised by the library: each parameter call,
+ *   stream call and logout holds the device's lock for its whole exchange, so
+ *   threads sharing a device never mix requests or replies; calls on different
+ *   devices run in parallel. A logout while other threads still call the
+ *   device is safe: those calls finish or return -3.
  */
 #ifndef KOVO_SDK_H
 #define KOVO_SDK_H
@@ -399,13 +402,28 @@ typedef struct {
 
 /* ---- Lifecycle, login and utilities ------------------------------------ */
 
+/* Both return 0 and do nothing else here: the device registry is set up when
+ * the library is loaded and nothing needs releasing before it is unloaded.
+ * Calling Kovo_SDKInit once before the first login (and Kovo_SDKUnInit after
+ * the last logout) is not required, but it is the portable habit. */
 KOVO_API int Kovo_SDKInit(void);
 KOVO_API int Kovo_SDKUnInit(void);
-/* pszProxy null or empty connects directly. Returns the device id. */
+/* pszAddress: the camera's dotted IPv4 address ("192.0.2.10"); host names
+ * are not resolved. A direct login may add ":port" and a path
+ * ("192.0.2.10:8554/live"); the port given there wins over nPort. nPort is
+ * the RTSP port (usually 554), or the proxy's port when pszProxy is given.
+ * pszProxy: the proxy's dotted IPv4 address; null or empty connects directly.
+ * Returns the device id (> 0), or
+ *   -1   pszAddress is null or not an IPv4 address, a connection cannot be
+ *        made, or the camera did not answer OPTIONS with 200 (traced as
+ *        "Login connect client failed." for the first connection and
+ *        "Login connect failed." for the second);
+ *   -108 a proxy refused to bind the control channel (both connections are
+ *        torn down). */
 KOVO_API long Kovo_Login(const char* pszAddress, unsigned short nPort, const char* pszProxy);
 /* 0, or -1 for an unknown id. Does not close an open stream. */
 KOVO_API long Kovo_Logout(long lDeviceID);
-/* pszVersion must hold 64 characters: "<date> <time>_2.1.2". */
+/* Writes at most 64 bytes, terminator included: "<date> <time>_2.1.2". */
 KOVO_API void GetSDKVersion(char* pszVersion);
 /* Upper-case hex, two characters a byte; pszOut holds 2*nLen+1. -1 on null. */
 KOVO_API int GetHexString(unsigned char* pIn, int nLen, char* pszOut);
@@ -413,8 +431,12 @@ KOVO_API int GetHexString(unsigned char* pIn, int nLen, char* pszOut);
 KOVO_API void KovoTrace(const char* pszFormat, ...);
 
 /* ---- Imaging controls ---------------------------------------------------
- * Text values pass through unchanged; a Get copies the whole answer into the
- * caller's buffer, which must be large enough for it. */
+ * Text values pass through unchanged; a Set refuses (-1) a value that would
+ * make its "key: value" line longer than 255 characters. A Get copies the
+ * camera's whole value and its terminator into the caller's buffer. A reply
+ * is read in one piece of at most 8192 bytes, so a Get writes fewer than
+ * 8192 bytes; give it a buffer of 8192 bytes unless the camera's values are
+ * known to be shorter (256 bytes hold any value a Set can write). */
 
 KOVO_API long Kovo_GetNoiseReduction(long lDeviceID, int nChannel, char* NoiseReduction);
 KOVO_API long Kovo_SetNoiseReduction(long lDeviceID, int nChannel, char* NoiseReduction);
@@ -491,7 +513,8 @@ KOVO_API long Kovo_AuxilControl(long lDeviceID, long lCommandID, char* pszMode, 
 
 /* ---- System information and maintenance -------------------------------- */
 
-/* szSN must be large enough for the whole serial number text. */
+/* Copies the camera's whole value and its terminator into szSN: fewer than
+ * 8192 bytes (a reply is read in one piece of at most 8192 bytes). */
 KOVO_API long Kovo_GetProductSN(long lDeviceID, char* szSN);
 KOVO_API long Kovo_GetVersionInfo(long lDeviceID, VERSION_INFO* pVersionInfo);
 KOVO_API long Kovo_SetDateTime(long lDeviceID, DATETIME_CONFIG* pDateTime);
@@ -583,8 +606,14 @@ KOVO_API long Kovo_GetDownloadConfig(long lDeviceID, DOWNLOAD_CONFIG* pConfig);
  * One stream per device, addressed by the device id. Open the stream before
  * setting callbacks; close it before opening again or logging out. */
 
-/* ConnectType: CONNECT_TYPE_UDP or CONNECT_TYPE_TCP (only TCP delivers
- * frames). nChannel, lStreamType, lStreamMode, lBufPoolSize: 0 or greater.
+/* nChannel: the camera's video channel, 0 or greater (0 on a one-channel
+ * camera); lStreamType: the encoder stream, 0 or greater (0 the main stream);
+ * lStreamMode: 0 or greater, reserved (0); lBufPoolSize: 0 or greater,
+ * reserved (0). These four are checked but not sent: the stream is the one
+ * the camera's DESCRIBE offers for the login address (add a path to it at
+ * login to choose another). A negative value returns -1.
+ * ConnectType: CONNECT_TYPE_UDP or CONNECT_TYPE_TCP (only TCP delivers
+ * frames, interleaved in the RTSP connection).
  * 0, -1 (argument, device or SDP), -125 DESCRIBE, -122 no video, -123 PLAY.
  * After -125 or -122 the device id must not be used again. */
 KOVO_API long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStreamMode,

@@ -5,7 +5,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/install-deps.sh
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j"$(nproc)"
+# Only what runs here: the library, the simulator and the demo (test.sh
+# builds the rest in the same directory).
+cmake --build build -j"$(nproc)" --target kovo-camsim kovo-demo
 
 sim_log=$(mktemp)
 build/tools/camsim/kovo-camsim --port 8554 --log --duration 60 >"$sim_log" 2>&1 &

@@ -14,4 +14,4 @@ mapfile -t test_files < <(git ls-files -- 'tests/*.c' 'tests/*.cc' 'tests/*.cpp'
 mapfile -t code_files < <(git ls-files -- '*.c' '*.cc' '*.cpp' '*.h' '*.hpp' | grep -vE '^(tests|bench|fuzz)/|^[^/]*$')
 tests=$(count '^[[:space:]]*($|//|#)' "${test_files[@]}")
 code=$(count '^[[:space:]]*($|//)' "${code_files[@]}")
-echo "tests $tests code $code ratio $(awk -v t="$tests" -v c="$code" 'BEGIN { printf "%.2f", t / c }')"
+echo "tests $tests lines = $(awk -v t="$tests" -v c="$code" 'BEGIN { printf "%.2f", t / c }') of code $code"
