@@ -117,10 +117,11 @@ inline std::vector<ParamPair> paramPairs() {
                          {"10.0.0.2", "255.255.255.0", "10.0.0.1", 0, "8.8.8.8", "8.8.4.4"}),
         pair<PPPOE_CONFIG>("PPPoEConfig", Kovo_SetPPPoEConfig, Kovo_GetPPPoEConfig, {1, "dial", "pw"}),
         pair<DDNS_CONFIG>("DDNSConfig", Kovo_SetDDNSConfig, Kovo_GetDDNSConfig, {1, "ddns.example", "cam.example", "u", "p"}),
-        // The operation mode is read back but never sent.
+        // The operation mode is read back but never sent: the Get starts
+        // from the camera's own.
         pair<WIFI_CONFIG>("WiFiConfig", Kovo_SetWiFiConfig, Kovo_GetWiFiConfig,
-                          {1, "192.168.1.9", "255.255.0.0", "192.168.1.1", "Managed", "6", "cams", "secret"}, {},
-                          [](WIFI_CONFIG& w) { std::memset(w.szOperationMode, 0, sizeof w.szOperationMode); }),
+                          {1, "192.168.1.9", "255.255.0.0", "192.168.1.1", "Managed", "6", "cams", "secret"},
+                          {0, "", "", "", "Managed"}),
         pair<SMTP_CONFIG>("SMTPConfig", Kovo_SetSMTPConfig, Kovo_GetSMTPConfig,
                           {"mail.example", 587, 1, "u", "p", "cam@example"}),
         pair<SMTP_NOTIFY>("SMTPNotify", Kovo_SetSMTPNotify, Kovo_GetSMTPNotify, {3, "ops@example", "cc@example", "motion"},

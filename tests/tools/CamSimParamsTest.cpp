@@ -8,6 +8,7 @@
 #include "CamSimProcess.h"
 #include "sdk/KovoSDK.h"
 #include "sdk/ParamPairTable.h"
+#include "support/FakeCamera.h"
 
 namespace kovo::test {
 namespace {
@@ -46,18 +47,32 @@ protected:
 CamSimProcess* CamSimParams::sim_ = nullptr;
 long CamSimParams::id_ = -1;
 
-// Run first, on the factory settings: a Get filling a record of zero bytes
-// and one of 0xFF bytes must leave the same record, so the simulator
-// answered every key the Get asked for.
+// On the factory settings, every byte a Get writes when all its keys are
+// answered (as a fake camera holding what the Set sent shows) must be
+// written: the simulator knows every key the library asks for.
 TEST_F(CamSimParams, AnswersEveryKeyTheLibraryAsksFor) {
+    FakeCamera fake;
+    fake.keepSettings();
+    const long fakeId = Kovo_Login("127.0.0.1", fake.port(), nullptr);
+    ASSERT_GT(fakeId, 0);
     for (const ParamPair& p : paramPairs()) {
         if (!p.set || p.start != std::string(p.start.size(), '\0')) continue;  // the Get needs a chosen item
         SCOPED_TRACE(p.name);
-        std::string zeros = p.start, ones(p.start.size(), '\xff');
-        EXPECT_EQ(p.get(id_, zeros.data()), 0);
-        EXPECT_EQ(p.get(id_, ones.data()), 0);
-        EXPECT_EQ(zeros, ones);
+        auto written = [&](long id) {
+            std::string zeros = p.start, ones(p.start.size(), '\xff'), mask;
+            EXPECT_EQ(p.get(id, zeros.data()), 0);
+            EXPECT_EQ(p.get(id, ones.data()), 0);
+            for (size_t i = 0; i < zeros.size(); ++i) mask += zeros[i] == ones[i] ? 'w' : '.';
+            return mask;
+        };
+        std::string sent = p.sent;
+        ASSERT_EQ(p.set(fakeId, sent.data()), 0);
+        if (p.start.size() == sizeof(Text))  // a plain text: as long as the value
+            EXPECT_EQ(written(id_)[0], 'w');
+        else
+            EXPECT_EQ(written(id_), written(fakeId));
     }
+    Kovo_Logout(fakeId);
 }
 
 TEST_F(CamSimParams, EverySetReadsBackWholeThroughItsGet) {

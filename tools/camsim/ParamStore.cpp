@@ -90,10 +90,22 @@ bool ParamStore::lookup(const Scope& scope, const std::string& key, std::string&
     return true;
 }
 
+// The item a request names applies to all of its lines, wherever the
+// selector stands: the SDK asks for a serial port's protocol before its port.
+ParamStore::Scope ParamStore::requestScope(const std::vector<std::string>& lines) const {
+    Scope scope;
+    for (const auto& line : lines) {
+        std::string key, value;
+        splitLine(line, key, value);
+        if (selectorOf(key, value, scope)) break;
+    }
+    return scope;
+}
+
 std::vector<std::string> ParamStore::read(const std::vector<std::string>& lines) {
     std::lock_guard<std::mutex> lock(mutex_);
     std::vector<std::string> answers;
-    Scope scope;
+    Scope scope = requestScope(lines);
     for (const auto& line : lines) {
         std::string key, value;
         bool hasValue = splitLine(line, key, value);
@@ -115,7 +127,7 @@ std::vector<std::string> ParamStore::read(const std::vector<std::string>& lines)
 
 void ParamStore::write(const std::vector<std::string>& lines) {
     std::lock_guard<std::mutex> lock(mutex_);
-    Scope scope;
+    Scope scope = requestScope(lines);
     bool newSearch = false;
     for (const auto& line : lines) {
         std::string key, value;

@@ -4,8 +4,7 @@
 // Some keys belong to a numbered item (encoder stream, motion area, alarm
 // contact, mail recipient, serial port). A request names the item with a
 // selector line - bare "EncStream_02" in a read, "EncStream: 2" in a write -
-// and the item's keys that follow in the same request read and write that
-// item's values.
+// and the item's keys in the same request read and write that item's values.
 #ifndef KOVO_CAMSIM_PARAMSTORE_H
 #define KOVO_CAMSIM_PARAMSTORE_H
 
@@ -36,6 +35,7 @@ private:
         std::string index;
     };
 
+    Scope requestScope(const std::vector<std::string>& lines) const;
     bool selectorOf(const std::string& key, const std::string& value, Scope& scope) const;
     std::string scopedKey(const Scope& scope, const std::string& key) const;
     bool lookup(const Scope& scope, const std::string& key, std::string& value) const;
