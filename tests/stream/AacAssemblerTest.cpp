@@ -48,8 +48,9 @@ TEST_F(AacAssemblerTest, AdtsHeaderCarriesTheFrameLength) {
     }
 }
 
+// ---- Odd, but required: one access unit per packet, whatever the AU-headers
+// announce (two would need a 32-bit AU-headers-length; the rest is ignored).
 TEST_F(AacAssemblerTest, OnlyTheFirstAccessUnitIsTaken) {
-    // Two AU-headers would need a 32-bit AU-headers-length; the second unit's bytes follow the first.
     push(aacPacket(3, "abcXYZ"));
     ASSERT_EQ(frames.size(), 1u);
     EXPECT_EQ(frames[0].substr(7), "abc");

@@ -41,43 +41,15 @@ struct Collector {
     }
 };
 
-TEST(JpegTables, QualityScalesAnnexKTables) {
-    struct Case { int q, lumaFirst, lumaLast, chromaFirst, chromaLast; };
-    const Case cases[] = {
-        {50, 16, 99, 17, 99},     // scale 100: the tables unchanged
-        {0, 255, 255, 255, 255},  // treated as 1: scale 5000, every entry clamped
-        {25, 32, 198, 34, 198},   // scale 200
-        {99, 1, 2, 1, 2},         // scale 2: small entries clamp up to 1
-        {127, 1, 2, 1, 2},        // above 99 behaves as 99
-    };
-    for (const Case& c : cases) {
-        unsigned char lqt[64], cqt[64];
-        MakeTables(c.q, lqt, cqt);
-        EXPECT_EQ((std::vector<int>{lqt[0], lqt[63], cqt[0], cqt[63]}),
-                  (std::vector<int>{c.lumaFirst, c.lumaLast, c.chromaFirst, c.chromaLast}))
-            << "q " << c.q;
+// The tables themselves are checked against libjpeg's (JpegMedia); here the
+// qualities it never takes: 0 acts as 1, above 99 as 99.
+TEST(JpegTables, QualityOutsideOneTo99IsClamped) {
+    unsigned char l[2][64], c[2][64];
+    for (auto [q, same] : {std::pair{0, 1}, std::pair{127, 99}}) {
+        MakeTables(q, l[0], c[0]);
+        MakeTables(same, l[1], c[1]);
+        EXPECT_EQ(bytes(l[0], 64) + bytes(c[0], 64), bytes(l[1], 64) + bytes(c[1], 64)) << q;
     }
-    unsigned char lqt[64], cqt[64];
-    MakeTables(50, lqt, cqt);
-    EXPECT_EQ(lqt[1], 11);  // natural order: row 1 starts at index 8
-    EXPECT_EQ(lqt[8], 12);
-}
-
-TEST(JpegHeaders, SegmentOrderAndLengths) {
-    const auto segs = jpegSegments(headers(1, 50, 40, 30));
-    std::vector<int> markers;
-    for (const auto& s : segs) markers.push_back(s.first);
-    EXPECT_EQ(markers, (std::vector<int>{0xD8, 0xC4, 0xC4, 0xC4, 0xC4, 0xDB, 0xDB, 0xC0, 0xDA}));
-    const int dhtClassTable[] = {0x00, 0x01, 0x10, 0x11};
-    const size_t dhtBody[] = {1 + 16 + 12, 1 + 16 + 12, 1 + 16 + 162, 1 + 16 + 162};
-    for (int k = 0; k < 4; ++k) {
-        EXPECT_EQ(segs[1 + k].second.size(), dhtBody[k]);
-        EXPECT_EQ(segs[1 + k].second[0], dhtClassTable[k]);
-    }
-    EXPECT_EQ(segs[5].second.size(), 65u);
-    EXPECT_EQ(segs[5].second[0], 0);
-    EXPECT_EQ(segs[6].second[0], 1);
-    EXPECT_EQ(segs[8].second, std::string("\x03\x00\x00\x01\x11\x02\x11\x00\x3F\x00", 10));
 }
 
 TEST(JpegHeaders, RestartIntervalGivesDriSegment) {
@@ -154,8 +126,9 @@ TEST_F(JpegAssemblerTest, InBandTablesReachTheDqtSegments) {
     EXPECT_EQ(f.substr(f.size() - 6), "scan\xFF\xD9");
 }
 
+// ---- Odd, but required: the in-band table length counts by its low byte
+// only (0x0140 reads as 0x40, 32 bytes per table; the rest keeps the standard values).
 TEST_F(JpegAssemblerTest, TableLengthUsesOnlyItsLowByte) {
-    // Length 0x0140: only 0x40 counts, 32 bytes per table; the rest keeps the standard values.
     push(jpegPayload(1, 200, 40, 30, "scan", std::string("\0\0\x01\x40", 4) + std::string(64, '\x07')), true);
     ASSERT_EQ(got.frames.size(), 1u);
     const auto segs = jpegSegments(got.frames[0]);

@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <regex>
 #include <string>
 #include <thread>
 
@@ -15,10 +14,6 @@ namespace {
 
 using namespace kovo::test;
 using namespace std::chrono_literals;
-
-std::string withoutSiteNumbers(const std::string& text) {
-    return std::regex_replace(text, std::regex("\\[[0-9]+\\]"), "[N]");
-}
 
 int threadCount() {
     int n = 0;
@@ -70,31 +65,19 @@ protected:
     }
 };
 
-TEST_F(StreamApi, InvalidArgumentsAreRefusedBeforeAnyTraffic) {
+TEST_F(StreamApi, RefusalsByReturnCode) {
     login();
-    struct Case { long device; int channel; long type, mode; int connect; long pool; const char* trace; };
-    const Case cases[] = {
-        {0, 0, 0, 0, 2, 0, "OpenStream[N] device invalid.\n\r\n"},
-        {id, -1, 0, 0, 2, 0, "OpenStream[N] channel invalid.\n\r\n"},
-        {id, 0, -1, 0, 2, 0, "OpenStream[N] stream type invalid.\n\r\n"},
-        {id, 0, 0, -1, 2, 0, "OpenStream[N] stream mode invalid.\n\r\n"},
-        {id, 0, 0, 0, 0, 0, "OpenStream[N] connect type invalid.\n\r\n"},
-        {id, 0, 0, 0, 3, 0, "OpenStream[N] connect type invalid.\n\r\n"},
-        {id, 0, 0, 0, 2, -1, "OpenStream[N] buffer pool size invalid.\n\r\n"},
-    };
+    StdoutCapture quiet;
     const size_t before = cam.requestCount();
-    for (const Case& c : cases) {
-        StdoutCapture out;
-        EXPECT_EQ(Kovo_OpenStream(c.device, c.channel, c.type, c.mode, c.connect, c.pool), -1);
-        EXPECT_EQ(withoutSiteNumbers(out.text()), c.trace);
-    }
-    EXPECT_EQ(cam.requestCount(), before);
-}
-
-TEST_F(StreamApi, CallsWithoutDeviceOrStream) {
-    login();
-    StdoutCapture out;
+    EXPECT_EQ(Kovo_OpenStream(0, 0, 0, 0, 2, 0), -1);
+    EXPECT_EQ(Kovo_OpenStream(id, -1, 0, 0, 2, 0), -1);
+    EXPECT_EQ(Kovo_OpenStream(id, 0, -1, 0, 2, 0), -1);
+    EXPECT_EQ(Kovo_OpenStream(id, 0, 0, -1, 2, 0), -1);
+    EXPECT_EQ(Kovo_OpenStream(id, 0, 0, 0, 0, 0), -1);
+    EXPECT_EQ(Kovo_OpenStream(id, 0, 0, 0, 3, 0), -1);
+    EXPECT_EQ(Kovo_OpenStream(id, 0, 0, 0, 2, -1), -1);
     EXPECT_EQ(Kovo_OpenStream(id + 1000, 0, 0, 0, 2, 0), -1);
+    EXPECT_EQ(cam.requestCount(), before);
     EXPECT_EQ(Kovo_CloseStream(0), -1);
     EXPECT_EQ(Kovo_CloseStream(id + 1000), -1);
     EXPECT_EQ(Kovo_SetMJPEGCallBack(id, nullptr, 0), -1);
@@ -102,22 +85,12 @@ TEST_F(StreamApi, CallsWithoutDeviceOrStream) {
     EXPECT_EQ(Kovo_StartDecode(id), -2);
     EXPECT_EQ(Kovo_StopDecode(id + 1000), -1);
     EXPECT_EQ(Kovo_SetVideoWnd(id, 77), 0);
-    EXPECT_EQ(withoutSiteNumbers(out.text()),
-              "Kovo_OpenStream tmpDev == NULL\n"
-              "CloseStream[N] stream id invalid\n\r\n"
-              "tmpDev == NULL\r\n"
-              "dev->m_pVideoControl == NULL,Kovo_SetRealDataCallBack failed \r\n"
-              "dev->m_pVideoControl == NULL,Kovo_SetAudioCallBack failed \r\n"
-              "m_pVideoControl==NULL, not open stream?\n"
-              "dev->VideoWnd=77\n");
 }
 
 TEST_F(StreamApi, TcpOpenSendsDescribeSetupAndPlay) {
     login({.audio = true});
     cam.clearRequests();
-    StdoutCapture out;
-    ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
-    const std::string text = out.text();
+    ASSERT_EQ(open(), 0);
     auto requests = cam.requests();
     ASSERT_EQ(requests.size(), 4u);
     EXPECT_EQ(requests[0].method, "DESCRIBE");
@@ -132,11 +105,6 @@ TEST_F(StreamApi, TcpOpenSendsDescribeSetupAndPlay) {
     EXPECT_EQ(requests[3].method, "PLAY");
     EXPECT_EQ(requests[3].url, "trackID=1");
     EXPECT_TRUE(requests[3].hasLine("Range: npt=0.000-"));
-    for (const std::string& trace : {std::string("320 x 240 "), std::string("tmpDev->framerate=25\r\n"),
-                                     std::string("videomrl=trackID=1\r\n"), std::string("audiomrl=trackID=2\n"),
-                                     "OpenStream Successfully:id=" + std::to_string(id) + " \r\n"})
-        EXPECT_NE(text.find(trace), std::string::npos) << trace << " in " << text;
-
     CDevice* dev = FindDeviceByDeviceID(id);
     ASSERT_NE(dev, nullptr);
     EXPECT_EQ(dev->stream.protocol, CONNECT_TYPE_TCP);  // parameter calls use the control connection
@@ -168,18 +136,13 @@ TEST_F(StreamApi, MissingSdpAttributesFailAfterDescribe) {
 }
 
 TEST_F(StreamApi, FailedDescribeOrMissingVideoRemovesTheDevice) {
-    struct Case { Reply reply; long code; const char* trace; };
-    const Case cases[] = {
-        {Reply::status_(404, "Not Found"), -125, "OpenStream[N] request describe failed and return.\n"},
-        {describeReply({.video = false}), -122, "OpenStream[N] get video mrl failed.\n"},
-    };
+    struct Case { Reply reply; long code; };
+    const Case cases[] = {{Reply::status_(404, "Not Found"), -125}, {describeReply({.video = false}), -122}};
     for (const Case& c : cases) {
         login();
         cam.onMethod("DESCRIBE", c.reply);
         const int before = cam.openConnections();
-        StdoutCapture out;
-        EXPECT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), c.code);
-        EXPECT_NE(withoutSiteNumbers(out.text()).find(c.trace), std::string::npos);
+        EXPECT_EQ(open(), c.code);
         EXPECT_EQ(FindDeviceByDeviceID(id), nullptr);
         EXPECT_EQ(Kovo_Logout(id), -1);
         EXPECT_EQ(Kovo_CloseStream(id), -1);
@@ -191,11 +154,7 @@ TEST_F(StreamApi, FailedDescribeOrMissingVideoRemovesTheDevice) {
 TEST_F(StreamApi, FailedPlayReturnsItsCode) {
     login();
     cam.onMethod("PLAY", Reply::status_(454, "Session Not Found"));
-    StdoutCapture out;
-    EXPECT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), -123);
-    EXPECT_NE(withoutSiteNumbers(out.text()).find(
-                  "OpenStream[N] request play(TCP) video error and return,\t\t\t\ttmpDev->v_mrl=trackID=1\r\n"),
-              std::string::npos);
+    EXPECT_EQ(open(), -123);
     EXPECT_EQ(FindDeviceByDeviceID(id)->m_pVideoControl, nullptr);
 }
 
