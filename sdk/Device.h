@@ -47,6 +47,13 @@ struct CDevice {
     fFrameCallBack frameCallBack = nullptr;
     unsigned long frameUser = 0;
 
+    // Guards eventCallBack and eventUser: set by the application, read by
+    // the library threads that report events.
+    std::mutex eventLock;
+    // Serialises requests on the stream connection while a stream is open:
+    // the receive thread's keep-alive against the application's PAUSE.
+    std::mutex streamSendLock;
+
     // Held for the whole of one parameter exchange or stream open/close, so
     // that application threads calling on one device cannot interleave.
     std::recursive_mutex callLock;

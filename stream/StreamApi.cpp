@@ -8,6 +8,7 @@
 
 #include "rtsp/rtsp.h"
 #include "sdk/Device.h"
+#include "sdk/LinkOptions.h"
 #include "sdk/KovoSDK.h"
 #include "sdk/LastError.h"
 #include "sdk/Trace.h"
@@ -82,6 +83,7 @@ void startController(CDevice* dev, long id, bool mjpeg) {
     if (mjpeg) control->SetDataType(MJPEGDATA_TYPE);
     control->HasAudio(dev->a_mrl[0] != '\0');
     control->SetWnd(static_cast<unsigned long>(dev->VideoWnd));
+    control->SetLinkOptions(kovo::linkOptionsOf(dev), dev->stream.session);
     control->StartThread();
 }
 
@@ -191,8 +193,12 @@ long Kovo_CloseStream(long lDeviceID) {
     DeviceLock lock(dev->callLock);
     CConnect* conn = &dev->stream;
     const int wait = conn->protocol == CONNECT_TYPE_TCP ? 0 : 1;
-    if (dev->v_mrl[0]) rtsp_request_pause(conn, dev->v_mrl, wait);
-    if (dev->a_mrl[0]) rtsp_request_pause(conn, dev->a_mrl, wait);
+    {
+        // The stream's receive thread may be sending a keep-alive.
+        std::lock_guard<std::mutex> sendLock(dev->streamSendLock);
+        if (dev->v_mrl[0]) rtsp_request_pause(conn, dev->v_mrl, wait);
+        if (dev->a_mrl[0]) rtsp_request_pause(conn, dev->a_mrl, wait);
+    }
     CVideoControl* control = takeController(dev);
     lock.unlock();
     CVideoControl::Destroy(control);

@@ -150,6 +150,7 @@ void CVideoControl::onFrame(const MediaFrame& frame) {
         user = m_dwUserFrame;
     }
     if (cb) cb(&info, frame.data, frame.size, user);
+    noteFrameDelivered();
 }
 
 // The specified callback of the frame's medium.

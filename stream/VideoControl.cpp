@@ -1,6 +1,5 @@
 #include "stream/VideoControl.h"
 
-#include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -169,8 +168,9 @@ void CVideoControl::StartThread() {
 }
 
 void CVideoControl::StopThread() {
+    const pthread_t self = pthread_self();
     m_nRunRecvThread = 0;
-    if (m_recvStarted) {
+    if (m_recvStarted && !pthread_equal(self, m_nRecvThreadID)) {
         if (m_nWakeFd >= 0) {
             uint64_t one = 1;
             ssize_t written = write(m_nWakeFd, &one, sizeof one);
@@ -180,7 +180,7 @@ void CVideoControl::StopThread() {
         m_recvStarted = false;
     }
     m_nRunAssembleFrame = 0;
-    if (m_assembleStarted && !pthread_equal(pthread_self(), m_nAssembleThreadID)) {
+    if (m_assembleStarted && !pthread_equal(self, m_nAssembleThreadID)) {
         m_DataList->WakeNetworkWaiters();
         pthread_join(m_nAssembleThreadID, nullptr);
         m_assembleStarted = false;
@@ -189,21 +189,27 @@ void CVideoControl::StopThread() {
 
 void CVideoControl::Destroy(CVideoControl* control) {
     if (!control) return;
-    if (!control->m_assembleStarted || !pthread_equal(pthread_self(), control->m_nAssembleThreadID)) {
+    const pthread_t self = pthread_self();
+    const bool onRecv = control->m_recvStarted && pthread_equal(self, control->m_nRecvThreadID);
+    const bool onAssemble =
+        control->m_assembleStarted && pthread_equal(self, control->m_nAssembleThreadID);
+    if (!onRecv && !onAssemble) {
         delete control;
         return;
     }
-    control->ConnectType = CONNECT_TYPE_NONE;  // the rest of this chunk is not delivered
+    if (onAssemble) control->ConnectType = CONNECT_TYPE_NONE;  // the rest of this chunk is not delivered
     control->m_nRunRecvThread = 0;
     control->m_nRunAssembleFrame = 0;
-    control->StopThread();  // joins the receive thread only
-    pthread_detach(control->m_nAssembleThreadID);
-    control->m_assembleStarted = false;
+    control->StopThread();  // joins the other thread only
+    pthread_detach(self);
+    (onRecv ? control->m_recvStarted : control->m_assembleStarted) = false;
     control->m_deleteOnExit = true;
 }
 
 void* CVideoControl::RecvThreadProc(void* self) {
-    static_cast<CVideoControl*>(self)->receiveLoop();
+    auto* control = static_cast<CVideoControl*>(self);
+    control->receiveLoop();
+    if (control->m_deleteOnExit) delete control;
     return nullptr;
 }
 
@@ -218,33 +224,6 @@ void* CVideoControl::DecodeFrameProc(void* self) {
     auto* control = static_cast<CVideoControl*>(self);
     PaceDecodeFrames(control->m_DataList, control->m_nFrameRate, control->m_nRunDecodeFrame);
     return nullptr;
-}
-
-void CVideoControl::receiveLoop() {
-    char buf[kRecvChunk];
-    while (m_nRunRecvThread) {
-        if (!GetDevice() && m_nSocket < 0) {
-            kovo::traceputs("pDev==NULL");
-            usleep(20000);
-            continue;
-        }
-        pollfd fds[2] = {{m_nSocket, POLLIN, 0}, {m_nWakeFd, POLLIN, 0}};
-        const bool wakeable = m_nWakeFd >= 0;
-        int ready = poll(fds, wakeable ? 2 : 1, wakeable ? kIdleWaitMs : kRecvWaitMs);
-        if (ready <= 0) {
-            if (ready < 0 && errno != EINTR) usleep(10000);
-            continue;
-        }
-        if (fds[0].revents == 0) continue;  // woken to stop
-        ssize_t n = recv(m_nSocket, buf, sizeof buf, 0);
-        if (n <= 0) {
-            if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-            kovo::tracef("recv len <=0: %d , disconnected ! exit thread!\n", int(n));
-            break;
-        }
-        m_DataList->PutNetworkData(buf, int(n));
-    }
-    m_recvThreadAlive = false;
 }
 
 void CVideoControl::assembleLoop() {

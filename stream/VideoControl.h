@@ -18,6 +18,7 @@
 #include "stream/Deinterleaver.h"
 #include "stream/H264Depacketizer.h"
 #include "stream/JpegDepacketizer.h"
+#include "stream/StreamHealth.h"
 #include "stream/StreamSdp.h"
 #include "stream/StreamTrack.h"
 #include "stream/UnixStd.h"
@@ -77,12 +78,17 @@ public:
     void PCMToDSound(unsigned char*, int) {}
     void HandleV107() {}
 
+    // Stall detection and keep-alive of the device's link options; the
+    // camera's Session value gives the keep-alive interval when asked to.
+    // Call before StartThread.
+    void SetLinkOptions(const KOVO_LINK_OPTIONS& options, const char* session);
+
     void StartThread();
     void StopThread();
-    // Deletes a controller. Called from one of its own callbacks (an
-    // application closing its stream from the callback) the assemble thread
-    // cannot be joined: processing stops and that thread deletes the
-    // controller once the callback has returned.
+    // Deletes a controller. Called from one of its own threads (an
+    // application closing its stream from a frame or event callback) that
+    // thread cannot be joined: processing stops, the other thread is joined
+    // and the calling one deletes the controller once the callback returned.
     static void Destroy(CVideoControl* control);
 
     // One pass of de-interleaving over the temporary buffer.
@@ -134,6 +140,12 @@ private:
     bool processing() const override;
     void onFrame(const kovo::MediaFrame& frame) override;
     void onFrameDropped() override;
+    // Receive-thread work of the link options (ReceiveThread.cpp).
+    bool checkHealth(int64_t now);
+    void sendKeepAlive(int64_t now);
+    void linkLost();
+    void emitEvent(KOVO_EVENT_E event, long detail);
+    void noteFrameDelivered();
 
     int m_nSourceVideoWidth;
     int m_nSourceVideoHeight;
@@ -177,7 +189,7 @@ private:
     pthread_t m_nAssembleThreadID{};
     bool m_recvStarted = false;
     bool m_assembleStarted = false;
-    bool m_deleteOnExit = false;  // set by Destroy on the assemble thread
+    bool m_deleteOnExit = false;  // set by Destroy on one of the stream's own threads
     std::atomic<int> m_nRunRecvThread{0};
     std::atomic<int> m_nRunAssembleFrame{0};
     std::atomic<int> m_nRunDecodeFrame{0};
@@ -189,6 +201,10 @@ private:
     int m_nWakeFd = -1;  // eventfd written by StopThread to end the receive wait
     char m_strRecvBuf[kRecvChunk];
     int m_iStampWrongCount = 0;
+
+    kovo::StreamHealth m_health;
+    bool m_reconnect = false;       // link loss or a stall hands the stream to reconnection
+    bool m_frameDelivered = false;  // STREAM_STARTED reported (assemble thread)
 };
 
 void on_evbuffer_call_back(CBuffer* buf, uint32_t oldLength, uint32_t newLength, void* arg);

@@ -1,0 +1,120 @@
+// The stream's receive thread: reads the stream connection into the network
+// queue and, with the device's link options, watches for stalls, sends
+// keep-alives and reports what happens to the link.
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <mutex>
+#include <string>
+
+#include "rtsp/rtsp.h"
+#include "sdk/Device.h"
+#include "sdk/Trace.h"
+#include "stream/StreamEvents.h"
+#include "stream/VideoControl.h"
+
+namespace {
+
+// A read that starts with a reply to one of our requests carries no media.
+bool startsWithReply(const char* data, ssize_t length) {
+    return length >= 8 && memcmp(data, "RTSP/1.0", 8) == 0;
+}
+
+}  // namespace
+
+void CVideoControl::SetLinkOptions(const KOVO_LINK_OPTIONS& options, const char* session) {
+    m_health.configure(options.nStallTimeoutMs, kovo::KeepAliveIntervalMs(options.nKeepAliveSec, session),
+                       options.nReplyTimeoutMs, kovo::MonotonicMs());
+    m_reconnect = options.nReconnect != 0;
+}
+
+void CVideoControl::emitEvent(KOVO_EVENT_E event, long detail) {
+    EmitDeviceEvent(static_cast<CDevice*>(m_pDevice), m_lStreamID, event, detail);
+}
+
+void CVideoControl::noteFrameDelivered() {
+    if (m_frameDelivered) return;
+    m_frameDelivered = true;
+    emitEvent(KOVO_EVENT_STREAM_STARTED, 0);
+}
+
+void CVideoControl::receiveLoop() {
+    char buf[kRecvChunk];
+    const bool wakeable = m_nWakeFd >= 0;
+    while (m_nRunRecvThread) {
+        if (!GetDevice() && m_nSocket < 0) {
+            kovo::traceputs("pDev==NULL");
+            usleep(20000);
+            continue;
+        }
+        pollfd fds[2] = {{m_nSocket, POLLIN, 0}, {m_nWakeFd, POLLIN, 0}};
+        const int wait = wakeable ? m_health.waitMs(kovo::MonotonicMs(), kIdleWaitMs) : kRecvWaitMs;
+        const int ready = poll(fds, wakeable ? 2 : 1, wait);
+        if (ready < 0 && errno != EINTR) usleep(10000);
+        if (ready > 0 && (fds[1].revents & POLLIN)) continue;  // woken to stop
+        if (ready > 0 && fds[0].revents) {
+            const ssize_t n = recv(m_nSocket, buf, sizeof buf, 0);
+            if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+            if (n <= 0) {
+                const int error = n < 0 ? errno : 0;
+                kovo::tracef("recv len <=0: %d , disconnected ! exit thread!\n", int(n));
+                emitEvent(KOVO_EVENT_CONNECTION_LOST, error);
+                if (m_nRunRecvThread) linkLost();
+                break;
+            }
+            const bool resumed = !startsWithReply(buf, n) && m_health.onMedia(kovo::MonotonicMs());
+            m_DataList->PutNetworkData(buf, int(n));
+            if (resumed) emitEvent(KOVO_EVENT_STREAM_RESUMED, 0);
+        }
+        if (!m_nRunRecvThread || !checkHealth(kovo::MonotonicMs())) break;
+    }
+    m_recvThreadAlive = false;
+}
+
+// False when the thread is to end (the stream was closed from an event
+// callback, or it goes to reconnection).
+bool CVideoControl::checkHealth(int64_t now) {
+    const long stalledFor = m_health.stallBegins(now);
+    if (stalledFor >= 0) {
+        emitEvent(KOVO_EVENT_STREAM_STALLED, stalledFor);
+        if (!m_nRunRecvThread) return false;
+        if (m_reconnect) {
+            linkLost();
+            return false;
+        }
+    }
+    int status = 0;
+    switch (m_health.keepAliveOutcome(now, &status)) {
+        case kovo::StreamHealth::Reply::Failed:
+            emitEvent(KOVO_EVENT_KEEPALIVE_FAILED, status);
+            if (!m_nRunRecvThread) return false;
+            break;
+        case kovo::StreamHealth::Reply::Unsupported:
+            sendKeepAlive(now);  // again at once, as OPTIONS
+            break;
+        default:
+            break;
+    }
+    if (m_health.keepAliveDue(now)) sendKeepAlive(now);
+    return true;
+}
+
+void CVideoControl::sendKeepAlive(int64_t now) {
+    if (auto* device = static_cast<CDevice*>(m_pDevice)) {
+        std::lock_guard<std::mutex> lock(device->streamSendLock);
+        CConnect* conn = &device->stream;
+        const std::string url = std::string("rtsp://") + conn->mrl;
+        rtsp_send_request(conn, m_health.useGetParameter() ? "GET_PARAMETER" : "OPTIONS", url.c_str());
+        // The reply is read between media packets, not here: number the next
+        // request as a read reply would have.
+        conn->cseq++;
+        rtsp_schedule_standard(conn);
+    }
+    m_health.keepAliveSent(now);
+}
+
+void CVideoControl::linkLost() {}

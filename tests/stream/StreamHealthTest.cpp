@@ -1,0 +1,129 @@
+// Stream health through real sockets: events for stalls and lost links.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "StreamTestSupport.h"
+#include "sdk/Device.h"
+#include "sdk/KovoSDK.h"
+
+namespace {
+
+using namespace kovo::test;
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+struct Event {
+    KOVO_EVENT_E event;
+    long detail;
+    Clock::time_point at;
+};
+
+class EventLog {
+public:
+    static void onEvent(long, KOVO_EVENT_E event, long detail, unsigned long user) {
+        auto* self = reinterpret_cast<EventLog*>(user);
+        std::lock_guard<std::mutex> lock(self->mutex_);
+        self->events_.push_back({event, detail, Clock::now()});
+        self->arrived_.notify_all();
+    }
+    unsigned long user() { return reinterpret_cast<unsigned long>(this); }
+    // The nth (from 0) event of this kind, waiting for it up to timeout.
+    bool waitFor(KOVO_EVENT_E kind, Event* out = nullptr, std::chrono::milliseconds timeout = 5s, size_t nth = 0) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return arrived_.wait_for(lock, timeout, [&] {
+            size_t seen = 0;
+            for (const Event& e : events_)
+                if (e.event == kind && seen++ == nth) return out ? (*out = e, true) : true;
+            return false;
+        });
+    }
+    size_t count(KOVO_EVENT_E kind) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        size_t n = 0;
+        for (const Event& e : events_) n += e.event == kind;
+        return n;
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable arrived_;
+    std::vector<Event> events_;
+};
+
+std::string keyFrame(uint16_t& seq, uint32_t ts, size_t size = 40) {
+    std::string sps = interleave(0, rtpPacket(96, false, seq++, ts, "\x67sps"));
+    return sps + interleave(0, rtpPacket(96, true, seq++, ts, "\x65" + std::string(size, char('a' + ts % 26))));
+}
+
+class StreamHealth : public ::testing::Test {
+protected:
+    FakeCamera cam;
+    EventLog events;
+    FrameSink frames;
+    long id = -1;
+    int conn = -1;
+
+    void open(KOVO_LINK_OPTIONS options) {
+        StdoutCapture quiet;
+        cam.onMethod("DESCRIBE", describeReply());
+        id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
+        ASSERT_GT(id, 0);
+        ASSERT_EQ(Kovo_SetLinkOptions(id, &options), 0);
+        ASSERT_EQ(Kovo_SetEventCallBack(id, EventLog::onEvent, events.user()), 0);
+        ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
+        ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, FrameSink::onRealData, frames.user()), 0);
+        conn = streamConnection(cam);
+    }
+    void TearDown() override {
+        StdoutCapture quiet;
+        if (id > 0 && FindDeviceByDeviceID(id)) {
+            Kovo_CloseStream(id);
+            Kovo_Logout(id);
+        }
+    }
+};
+
+TEST_F(StreamHealth, StallIsReportedOnceAndMediaResumes) {
+    open({0, 0, 300, 0, 0, 0, 0});
+    uint16_t seq = 0;
+    // The first frame only arms the assembler, and each packet is handled
+    // when the next one arrives: four frames deliver one.
+    for (uint32_t ts = 1; ts <= 4; ++ts) ASSERT_TRUE(cam.send(conn, keyFrame(seq, ts)));
+    ASSERT_TRUE(events.waitFor(KOVO_EVENT_STREAM_STARTED));
+    Event stalled;
+    ASSERT_TRUE(events.waitFor(KOVO_EVENT_STREAM_STALLED, &stalled));
+    EXPECT_GE(stalled.detail, 300);
+    EXPECT_LT(stalled.detail, 1000);
+    std::this_thread::sleep_for(700ms);
+    EXPECT_EQ(events.count(KOVO_EVENT_STREAM_STALLED), 1u);
+    EXPECT_EQ(events.count(KOVO_EVENT_STREAM_RESUMED), 0u);
+    ASSERT_TRUE(cam.send(conn, keyFrame(seq, 5)));
+    EXPECT_TRUE(events.waitFor(KOVO_EVENT_STREAM_RESUMED));
+    EXPECT_TRUE(frames.waitFor(2));
+}
+
+// A camera that resets or closes the stream connection is reported at once,
+// with or without stall detection.
+TEST_F(StreamHealth, LostConnectionIsReportedWithin100ms) {
+    struct Case { bool reset; int stallMs; long detail; };
+    for (const Case c : {Case{true, 0, ECONNRESET}, Case{false, 5000, 0}}) {
+        SCOPED_TRACE(c.reset ? "reset" : "close");
+        TearDown();
+        open({0, 0, c.stallMs, 0, 0, 0, 0});
+        uint16_t seq = 0;
+        ASSERT_TRUE(cam.send(conn, keyFrame(seq, 1)));
+        std::this_thread::sleep_for(50ms);
+        const auto start = Clock::now();
+        cam.closeConnection(conn, c.reset);
+        Event lost;
+        ASSERT_TRUE(events.waitFor(KOVO_EVENT_CONNECTION_LOST, &lost, 2s, c.reset ? 0 : 1));
+        EXPECT_LT(lost.at - start, 100ms);
+        EXPECT_EQ(lost.detail, c.detail);
+    }
+}
+
+}  // namespace
