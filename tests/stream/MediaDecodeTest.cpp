@@ -1,0 +1,248 @@
+// Real media through a real opened stream: the fake camera plays a clip
+// interleaved on the RTSP connection and the application's callbacks must
+// receive frames that decode to the source. H.264 goes as single NAL units
+// and FU-A, Motion-JPEG with an AAC track (audio on channel 0, video on 2).
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "JpegAacTestMedia.h"
+#include "StreamTestSupport.h"
+#include "sdk/KovoSDK.h"
+#include "stream/JpegAssembler.h"
+
+namespace kovo {
+namespace {
+
+using namespace test;
+using namespace test::media;
+
+// ---- H.264 -----------------------------------------------------------------
+
+constexpr size_t kFragment = 1000;  // larger NAL units go as FU-A
+
+// Per-picture md5 of a decoded H.264 elementary stream.
+std::vector<std::string> frameMd5s(const std::string& path) {
+    std::string out;
+    if (FILE* pipe = popen(("ffmpeg -v error -f h264 -i '" + path + "' -f framemd5 - 2>/dev/null").c_str(), "r")) {
+        char buf[4096];
+        for (size_t n; (n = fread(buf, 1, sizeof buf, pipe)) > 0;) out.append(buf, n);
+        pclose(pipe);
+    }
+    std::vector<std::string> hashes;
+    std::istringstream lines(out);
+    for (std::string line; std::getline(lines, line);)
+        if (!line.empty() && line[0] != '#') hashes.push_back(line.substr(line.rfind(',') + 1));
+    return hashes;
+}
+
+// Access units of an Annex B stream, NAL units without start codes: parameter
+// sets and SEI lead, the one slice of a picture ends it.
+std::vector<std::vector<std::string>> accessUnits(const std::string& es) {
+    const std::string startCode("\x00\x00\x01", 3);
+    std::vector<std::vector<std::string>> units(1);
+    for (size_t pos = es.find(startCode), next; pos != std::string::npos; pos = next) {
+        next = es.find(startCode, pos + 3);
+        size_t end = next == std::string::npos ? es.size() : next;
+        while (end > pos + 3 && es[end - 1] == '\0' && next != std::string::npos) --end;
+        units.back().push_back(es.substr(pos + 3, end - pos - 3));
+        const int type = es[pos + 3] & 0x1F;
+        if (type == 1 || type == 5) units.emplace_back();
+    }
+    units.pop_back();
+    return units;
+}
+
+// Interleaved RTP packets of one access unit on channel 0.
+std::string packetise(const std::vector<std::string>& au, uint16_t& seq, uint32_t ts, bool forceFragments) {
+    std::string out;
+    for (size_t i = 0; i < au.size(); ++i) {
+        const std::string& nal = au[i];
+        const bool last = i + 1 == au.size();
+        if (nal.size() <= kFragment && !(forceFragments && last)) {
+            out += interleave(0, rtpPacket(96, last, seq++, ts, nal));
+            continue;
+        }
+        const size_t piece = nal.size() <= kFragment ? (nal.size() + 1) / 2 : kFragment;
+        const char indicator = char((nal[0] & 0x60) | 28);
+        for (size_t at = 1; at < nal.size(); at += piece) {
+            const bool end = at + piece >= nal.size();
+            const char header = char((at == 1 ? 0x80 : 0) | (end ? 0x40 : 0) | (nal[0] & 0x1F));
+            out += interleave(0, rtpPacket(96, last && end, seq++, ts,
+                                           std::string{indicator, header} + nal.substr(at, piece)));
+        }
+    }
+    return out;
+}
+
+void decodeH264(FakeCamera& cam, TempDir& dir) {
+    ASSERT_TRUE(run("ffmpeg -v error -y -f lavfi -i testsrc=size=320x240:rate=25 -frames:v 30 -c:v libx264 -bf 0 "
+                    "-g 10 -x264-params slices=1:repeat-headers=1 -f h264 '" + dir.file("source.h264") + "'"));
+    const auto aus = accessUnits(readFile(dir.file("source.h264")));
+    const auto sourceMd5 = frameMd5s(dir.file("source.h264"));
+    ASSERT_EQ(aus.size(), 30u);
+    ASSERT_EQ(sourceMd5.size(), 30u);
+    cam.onMethod("DESCRIBE", describeReply());
+    StdoutCapture quiet;
+    const long id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
+    ASSERT_GT(id, 0);
+    ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
+    FrameSink sink;
+    ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, FrameSink::onRealData, sink.user()), 0);
+    // Start mid-GOP: frames before the key frame at 10 are never delivered.
+    const int conn = streamConnection(cam);
+    uint16_t seq = 0;
+    for (size_t i = 1; i < aus.size(); ++i)
+        ASSERT_TRUE(cam.send(conn, packetise(aus[i], seq, uint32_t(i * 3600), i == 1)));
+    const bool all = sink.waitFor(20);
+    Kovo_CloseStream(id);
+    Kovo_Logout(id);
+    ASSERT_TRUE(all) << "frames delivered: " << sink.frames().size();
+    const auto frames = sink.frames();
+    ASSERT_EQ(frames.size(), 20u);
+    std::string received;
+    for (size_t i = 0; i < frames.size(); ++i) {
+        EXPECT_EQ(frames[i].dataType, H264DATA_TYPE);
+        EXPECT_EQ(frames[i].frameType, i % 10 == 0 ? I_FRAME : P_FRAME) << i;
+        received += frames[i].bytes;
+    }
+    writeFile(dir.file("received.h264"), received);
+    EXPECT_EQ(frameMd5s(dir.file("received.h264")), std::vector<std::string>(sourceMd5.begin() + 10, sourceMd5.end()));
+}
+
+// ---- Motion-JPEG with AAC ------------------------------------------------------
+
+const std::string kPrimeScan = "prime";
+
+// What the application's callbacks received, minus the priming traffic.
+struct Received {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<std::string> jpegs, audio;
+    int primeJpegs = 0, primeAudio = 0, rawFrames = 0;
+    long streamId = 0;
+    bool wrongArguments = false;
+
+    template <DATA_TYPE_E kType>
+    static void onMedia(long id, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
+        auto* self = reinterpret_cast<Received*>(user);
+        const std::string frame(reinterpret_cast<char*>(data), length);
+        const bool audio = kType == AACDATA_TYPE;
+        const bool prime = audio ? length == 8  // the one-byte priming unit
+                                 : length > 7 && frame.compare(length - 7, 5, kPrimeScan) == 0;
+        std::lock_guard<std::mutex> lock(self->mutex);
+        self->wrongArguments |= id != self->streamId || type != kType;
+        if (prime)
+            ++(audio ? self->primeAudio : self->primeJpegs);
+        else
+            (audio ? self->audio : self->jpegs).push_back(frame);
+        self->changed.notify_all();
+    }
+    static void onRaw(DATA_TYPE_E, FRAME_TYPE_E, unsigned char*, unsigned long, unsigned long user) {
+        auto* self = reinterpret_cast<Received*>(user);
+        std::lock_guard<std::mutex> lock(self->mutex);
+        ++self->rawFrames;
+    }
+    template <typename Pred>
+    bool waitFor(Pred done, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
+        std::unique_lock<std::mutex> lock(mutex);
+        return changed.wait_for(lock, timeout, [&] { return done(*this); });
+    }
+};
+
+void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
+    if (!haveTool("djpeg")) GTEST_SKIP() << "djpeg is needed";
+    const auto clip = makeJpegClip(dir, 10);
+    const std::string track = makeAacTrack(dir, 1);
+    const auto units = splitAdts(track);
+    ASSERT_EQ(clip.size(), 10u);
+    ASSERT_GT(units.size(), 20u);
+    JpegAssembler::setFirstFrameDropped(false);
+    const std::string sdp = "v=0\r\ns=live\r\nm=video 0 RTP/AVP 26\r\na=x-dimensions:320, 240\r\n"
+                            "a=x-framerate:10\r\na=control:trackID=1\r\nm=audio 0 RTP/AVP 97\r\n"
+                            "a=rtpmap:97 mpeg4-generic/48000/2\r\na=control:trackID=2\r\n";
+    cam.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, sdp));
+    Received got;
+    StdoutCapture traces;
+    // The stream is Motion-JPEG because its URL names it.
+    const long id = Kovo_Login("127.0.0.1/MJPEG", cam.port(), nullptr);
+    ASSERT_GT(id, 0);
+    ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
+    got.streamId = id;
+    const auto user = reinterpret_cast<unsigned long>(&got);
+    ASSERT_EQ(Kovo_SetMJPEGCallBack(id, &Received::onMedia<MJPEGDATA_TYPE>, user), 0);
+    ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, &Received::onRaw, user), 0);
+    ASSERT_EQ(Kovo_SetAudioCallBack(id, &Received::onMedia<AACDATA_TYPE>, user), 0);
+    const int connection = cam.requests("DESCRIBE").at(0).connection;
+    // The pipeline delivers only after its first packets (and the process drops
+    // its first JPEG frame): one-packet frames until both media come through.
+    uint16_t seq = 1;
+    bool primed = false;
+    for (int round = 0; round < 200 && !primed; ++round) {
+        const std::string payload = std::string("\0\0\0\0\x01\x32\x02\x02", 8) + kPrimeScan;
+        ASSERT_TRUE(cam.send(connection, interleave(2, rtpPacket(26, true, seq++, 0, payload)) +
+                                             interleave(0, aacPacket("p", seq++, 0))));
+        primed = got.waitFor([](Received& r) { return r.primeJpegs > 0 && r.primeAudio > 0; },
+                             std::chrono::milliseconds(25));
+    }
+    ASSERT_TRUE(primed) << "the stream never delivered";
+    EXPECT_NE(traces.text().find("printf drain first frame "), std::string::npos);
+    // Audio units and video fragments alternate on the wire, as a camera sends them.
+    std::vector<std::string> videoPackets;
+    for (size_t i = 0; i < clip.size(); ++i) {
+        JpegPicture picture;
+        ASSERT_EQ(parseJpeg(clip[i], &picture), "");
+        for (std::string& packet : packetiseJpeg(picture, &seq, 9000 * i, 1400)) videoPackets.push_back(packet);
+    }
+    std::string bytes;
+    for (size_t v = 0, a = 0; v < videoPackets.size() || a < units.size();) {
+        if (a < units.size()) bytes += interleave(0, aacPacket(units[a], seq++, 1024 * a)), ++a;
+        if (v < videoPackets.size()) bytes += interleave(2, videoPackets[v++]);
+        if (bytes.size() > 20000 || (v == videoPackets.size() && a == units.size())) {
+            ASSERT_TRUE(cam.send(connection, bytes));
+            bytes.clear();
+        }
+    }
+    EXPECT_TRUE(got.waitFor([&](Received& r) { return r.jpegs.size() >= clip.size() && r.audio.size() >= units.size(); }));
+    Kovo_CloseStream(id);
+    Kovo_Logout(id);
+    std::lock_guard<std::mutex> lock(got.mutex);
+    EXPECT_FALSE(got.wrongArguments);
+    EXPECT_EQ(got.rawFrames, 0);
+    ASSERT_EQ(got.jpegs.size(), clip.size());
+    for (size_t i = 0; i < clip.size(); ++i) {
+        const std::string expected = decodeJpeg(dir, clip[i], "source");
+        ASSERT_FALSE(expected.empty());
+        EXPECT_TRUE(decodeJpeg(dir, got.jpegs[i], "received") == expected) << "frame " << i << " differs";
+    }
+    std::string adts;
+    for (const std::string& frame : got.audio) adts += frame;
+    EXPECT_EQ(splitAdts(adts), units);
+    const std::string expected = decodeAac(dir, track, "source");
+    ASSERT_FALSE(expected.empty());
+    EXPECT_TRUE(decodeAac(dir, adts, "received") == expected) << "decoded audio differs";
+}
+
+class MediaDecode : public ::testing::TestWithParam<bool> {};
+
+TEST_P(MediaDecode, DeliveredFramesDecodeToTheSource) {
+    if (!haveTool("ffmpeg")) GTEST_SKIP() << "ffmpeg is needed for the real-media check";
+    FakeCamera cam;
+    TempDir dir;
+    if (GetParam())
+        decodeMjpegWithAac(cam, dir);
+    else
+        decodeH264(cam, dir);
+}
+
+INSTANTIATE_TEST_SUITE_P(, MediaDecode, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "MotionJpegWithAac" : "H264"; });
+
+}  // namespace
+}  // namespace kovo
