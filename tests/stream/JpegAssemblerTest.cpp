@@ -97,20 +97,30 @@ protected:
     uint16_t seq = 1;
 };
 
-TEST_F(JpegAssemblerTest, OnePacketFrameIsACompleteImage) {
-    pushSmall("SCANDATA");
-    EXPECT_EQ(got.frames, std::vector<std::string>{small("SCANDATA")});
-}
-
-TEST_F(JpegAssemblerTest, MultiPacketFrameJoinsFragmentsAndStartsNextWithHeaders) {
-    push(jpegPayload(0, 80, 80, 60, "first-"), false);
-    push(jpegPayload(0, 80, 80, 60, "second-"), false);
-    EXPECT_TRUE(got.frames.empty());
-    push(jpegPayload(0, 80, 80, 60, "third"), true);
-    push(jpegPayload(1, 30, 40, 30, "next"), true);
-    ASSERT_EQ(got.frames.size(), 2u);
-    EXPECT_EQ(got.frames[0], headers(0, 80, 80, 60) + "first-second-third\xFF\xD9");
-    EXPECT_EQ(got.frames[1], headers(1, 30, 40, 30) + "next\xFF\xD9");
+// Packet sequences and the frames they must give.
+TEST_F(JpegAssemblerTest, PacketSequences) {
+    const std::string restart("\x00\x04\xFF\xFF", 4);
+    const struct {
+        const char* name;
+        std::vector<std::pair<std::string, bool>> packets;  // payload, marker
+        std::vector<std::string> frames;
+    } rows[] = {
+        {"one packet is a complete image", {{jpegPayload(1, 50, 40, 30, "SCANDATA"), true}}, {small("SCANDATA")}},
+        {"fragments join; the next frame starts with its own headers",
+         {{jpegPayload(0, 80, 80, 60, "first-"), false}, {jpegPayload(0, 80, 80, 60, "second-"), false},
+          {jpegPayload(0, 80, 80, 60, "third"), true}, {jpegPayload(1, 30, 40, 30, "next"), true}},
+         {headers(0, 80, 80, 60) + "first-second-third\xFF\xD9", headers(1, 30, 40, 30) + "next\xFF\xD9"}},
+        {"the restart header is skipped only in the first packet",
+         {{jpegPayload(65, 50, 40, 30, "AB", restart), false}, {jpegPayload(65, 50, 40, 30, "CD", restart), true}},
+         {headers(65, 50, 40, 30, 4) + "AB" + restart + "CD\xFF\xD9"}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        JpegAssembler fresh;
+        got.frames.clear();
+        for (const auto& [payload, marker] : row.packets) pushRaw(test::rtpPacket(26, marker, seq++, 0, payload), &fresh);
+        EXPECT_EQ(got.frames, row.frames);
+    }
 }
 
 TEST_F(JpegAssemblerTest, InBandTablesReachTheDqtSegments) {
@@ -134,13 +144,6 @@ TEST_F(JpegAssemblerTest, TableLengthUsesOnlyItsLowByte) {
     const auto segs = jpegSegments(got.frames[0]);
     EXPECT_EQ(segs[5].second, '\0' + std::string(32, '\x07') + bytes(jpegLumaQuantizer + 32, 32));
     EXPECT_EQ(segs[6].second, '\1' + std::string(32, '\x07') + bytes(jpegChromaQuantizer + 32, 32));
-}
-
-TEST_F(JpegAssemblerTest, RestartHeaderIsSkippedOnlyInTheFirstPacket) {
-    const std::string restart("\x00\x04\xFF\xFF", 4);
-    push(jpegPayload(65, 50, 40, 30, "AB", restart), false);
-    push(jpegPayload(65, 50, 40, 30, "CD", restart), true);
-    EXPECT_EQ(got.frames, std::vector<std::string>{headers(65, 50, 40, 30, 4) + "AB" + restart + "CD\xFF\xD9"});
 }
 
 TEST_F(JpegAssemblerTest, FirstFinishedFrameOfTheProcessIsDroppedOnce) {
