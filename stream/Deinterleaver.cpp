@@ -1,6 +1,8 @@
 #include "stream/Deinterleaver.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -39,6 +41,30 @@ long findFrameStart(const uint8_t* p, uint32_t n, uint8_t channelA, uint8_t chan
     return -1;
 }
 
+enum class ReplyScan { None, Incomplete, Taken };
+
+// A reply of the camera at the front: status line, header lines, the empty
+// line and Content-Length bytes of body, possibly not all there yet.
+ReplyScan takeReply(CBuffer* temp, ChannelSink& sink) {
+    static const char kVersion[] = "RTSP/1.0";
+    static const uint32_t kLongestReply = 8192;
+    const uint32_t n = temp->off;
+    const char* p = reinterpret_cast<const char*>(temp->buffer);
+    if (!sink.wantsReplies() || n == 0 || memcmp(p, kVersion, n < 8 ? n : 8) != 0) return ReplyScan::None;
+    const uint32_t scan = n < kLongestReply ? n : kLongestReply;
+    const char* end = n < 8 ? nullptr : static_cast<const char*>(memmem(p, scan, "\r\n\r\n", 4));
+    if (!end) return n < kLongestReply ? ReplyScan::Incomplete : ReplyScan::None;
+    const std::string head(p, size_t(end - p));
+    uint32_t body = 0;
+    const size_t at = head.find("\r\nContent-Length:");
+    if (at != std::string::npos) body = uint32_t(strtoul(head.c_str() + at + 17, nullptr, 10));
+    const uint64_t total = uint64_t(end - p) + 4 + body;
+    if (total > n) return total < kLongestReply ? ReplyScan::Incomplete : ReplyScan::None;
+    sink.onReply(n >= 12 ? atoi(std::string(p + 9, 3).c_str()) : 0);
+    evbuffer_drain(temp, size_t(total));
+    return ReplyScan::Taken;
+}
+
 // Each skip of leading garbage owes one "fixed ... begin" trace once the
 // rest of the pass is done; aligning once at the end gives the same result
 // as aligning after every extraction.
@@ -53,6 +79,9 @@ void DeinterleaveVideo(CBuffer* temp, ChannelSink& sink, int& startProcessData) 
     static const char kFixed[] = "CVideoControl::HandleTempBuffer fixed not 24 00 begin.\n ";
     int pendingSkips = 0;
     for (;;) {
+        const ReplyScan reply = takeReply(temp, sink);
+        if (reply == ReplyScan::Taken && temp->off >= 5) continue;
+        if (reply != ReplyScan::None) break;  // wait for the rest
         const uint32_t n = temp->off;
         const uint8_t* p = temp->buffer;
         if (n > 4 && p[0] == kFrameMark && p[1] == 0) {
@@ -89,6 +118,9 @@ void DeinterleaveAudioVideo(CBuffer* temp, ChannelSink& sink, int& startProcessD
     static const char kFixed[] = "CVideoControl::HandleTempBuffer fixed not 24 00 or 02 begin.\n ";
     int pendingSkips = 0;
     for (;;) {
+        const ReplyScan reply = takeReply(temp, sink);
+        if (reply == ReplyScan::Taken && temp->off >= 5) continue;
+        if (reply != ReplyScan::None) break;  // wait for the rest
         const uint32_t n = temp->off;
         const uint8_t* p = temp->buffer;
         if (n > 4 && p[0] == kFrameMark && (p[1] == 2 || p[1] == 0)) {
@@ -117,6 +149,9 @@ void DeinterleaveAudioVideo(CBuffer* temp, ChannelSink& sink, int& startProcessD
 
 void DeinterleaveAll(CBuffer* temp, ChannelSink& sink) {
     for (;;) {
+        const ReplyScan reply = takeReply(temp, sink);
+        if (reply == ReplyScan::Taken && temp->off >= 5) continue;
+        if (reply != ReplyScan::None) break;  // wait for the rest
         const uint32_t n = temp->off;
         const uint8_t* p = temp->buffer;
         if (n >= 4 && p[0] == kFrameMark && sink.knowsChannel(p[1])) {
@@ -136,4 +171,29 @@ void DeinterleaveAll(CBuffer* temp, ChannelSink& sink) {
         evbuffer_drain(temp, size_t(at - p));
     }
     evbuffer_align(temp);
+}
+
+bool ResyncOnPacket(CBuffer* temp, const ChannelSink& sink) {
+    // A packet that cannot be confirmed within this many bytes is not waited for.
+    static const uint32_t kLongestWait = 70000;
+    const uint32_t n = temp->off;
+    const uint8_t* p = temp->buffer;
+    for (uint32_t i = 0; i + 1 < n; ++i) {
+        if (p[i] != kFrameMark || !sink.knowsChannel(p[i + 1])) continue;
+        if (n - i < 5) return evbuffer_drain(temp, i), false;
+        if ((p[i + 4] & 0xC0) != 0x80) continue;  // RTP and RTCP are version 2
+        const uint64_t next = uint64_t(i) + 4 + framedLength(p + i);
+        if (next > n || next + 1 == n) {
+            if (n - i < kLongestWait) return evbuffer_drain(temp, i), false;
+            continue;
+        }
+        if (next == n || (p[next] == kFrameMark && sink.knowsChannel(p[next + 1]))) {
+            evbuffer_drain(temp, i);
+            evbuffer_align(temp);
+            return true;
+        }
+    }
+    evbuffer_drain(temp, n ? n - 1 : 0);  // the last byte may begin a packet
+    evbuffer_align(temp);
+    return false;
 }

@@ -12,6 +12,10 @@ public:
     virtual bool knowsChannel(uint8_t channel) const = 0;
     // One packet of a channel; the bytes are valid during the call only.
     virtual void onChannelPacket(uint8_t channel, const uint8_t* packet, uint32_t length) = 0;
+    // Whether replies to our own requests ("RTSP/1.0 ..." between packets)
+    // are to be read and reported instead of skipped as stray bytes.
+    virtual bool wantsReplies() const { return false; }
+    virtual void onReply(int /*status*/) {}
 
 protected:
     ~ChannelSink() = default;
@@ -29,5 +33,11 @@ void DeinterleaveAudioVideo(CBuffer* temp, ChannelSink& sink, int& startProcessD
 // Any channel the sink knows; bytes outside "$" frames (RTSP replies on the
 // same connection) are skipped silently.
 void DeinterleaveAll(CBuffer* temp, ChannelSink& sink);
+
+// After bytes were dropped the front may lie inside a packet: skips to the
+// first "$" that begins a packet of a known channel and is followed by
+// another one (or ends the bytes held). False while more bytes are needed
+// to tell.
+bool ResyncOnPacket(CBuffer* temp, const ChannelSink& sink);
 
 #endif

@@ -35,6 +35,7 @@ public:
     long stallBegins(int64_t now);
     int64_t lastMedia() const { return lastMedia_; }
 
+    bool keepAliveOn() const { return keepAliveMs_ > 0; }
     bool keepAliveDue(int64_t now) const;
     void keepAliveSent(int64_t now);
     // Called by the thread that reads the connection when a reply to a

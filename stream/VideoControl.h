@@ -138,6 +138,8 @@ private:
     bool knowsChannel(uint8_t channel) const override;
     void onChannelPacket(uint8_t channel, const uint8_t* packet, uint32_t length) override;
     bool processing() const override;
+    bool wantsReplies() const override { return m_health.keepAliveOn(); }
+    void onReply(int status) override { m_health.replyArrived(status); }
     void onFrame(const kovo::MediaFrame& frame) override;
     void onFrameDropped() override;
     // Receive-thread work of the link options (ReceiveThread.cpp).

@@ -126,4 +126,48 @@ TEST_F(StreamHealth, LostConnectionIsReportedWithin100ms) {
     }
 }
 
+// A camera that drops a session after 4 silent seconds streams for 15 s:
+// the keep-alives (OPTIONS once GET_PARAMETER is refused) go on the stream
+// connection with its session, their replies come split between media
+// packets, and every frame comes out whole.
+TEST_F(StreamHealth, KeepAliveHoldsTheSessionAndFramesStayExact) {
+    cam.onMethod("SETUP", Reply::ok({"Session: 1234;timeout=4"}));
+    cam.queue("GET_PARAMETER", Reply::status_(405, "Method Not Allowed"));
+    open({0, 0, 0, -1, 0, 0, 0});
+    std::mutex mutex;
+    std::vector<Clock::time_point> keepAlives;
+    cam.onMethod("OPTIONS", [&](const Request& r) {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (r.connection == conn && r.header("Session") == "1234;timeout=4") keepAlives.push_back(Clock::now());
+        Reply split = Reply::ok({"Session: 1234;timeout=4"});
+        split.splitAt = {5, 30};
+        split.splitDelayMs = 20;
+        return split;
+    });
+    std::vector<std::string> expected;
+    uint16_t seq = 0;
+    const auto end = Clock::now() + 15s;
+    for (uint32_t ts = 1; Clock::now() < end; ++ts) {
+        const size_t size = 40 + ts * 997 % 6000;
+        ASSERT_TRUE(cam.send(conn, keyFrame(seq, ts, size)));
+        expected.push_back(std::string("\0\0\0\1\x67sps\0\0\0\1\x65", 13) + std::string(size, char('a' + ts % 26)));
+        std::this_thread::sleep_for(20ms);
+    }
+    ASSERT_TRUE(cam.send(conn, keyFrame(seq, 0)));
+    ASSERT_TRUE(frames.waitFor(expected.size() - 2));
+    const auto got = frames.frames();
+    ASSERT_EQ(got.size(), expected.size() - 2);
+    for (size_t i = 0; i < got.size(); ++i) ASSERT_EQ(got[i].bytes, expected[i + 2]) << "frame " << i;
+
+    const auto getParameter = cam.requests("GET_PARAMETER");
+    ASSERT_EQ(getParameter.size(), 1u);
+    EXPECT_EQ(getParameter[0].connection, conn);
+    EXPECT_EQ(getParameter[0].lines.size(), 2u);  // CSeq and Session, no parameter lines
+    EXPECT_EQ(getParameter[0].header("Session"), "1234;timeout=4");
+    std::lock_guard<std::mutex> lock(mutex);
+    ASSERT_GE(keepAlives.size(), 6u);
+    for (size_t i = 1; i < keepAlives.size(); ++i) EXPECT_LT(keepAlives[i] - keepAlives[i - 1], 3s);
+    EXPECT_EQ(events.count(KOVO_EVENT_KEEPALIVE_FAILED), 0u);
+}
+
 }  // namespace
