@@ -24,6 +24,9 @@ int runGet(const Args& args);
 int runSet(const Args& args);
 int runPtz(const Args& args);
 int runFiles(const Args& args);
+int runSnapshot(const Args& args);
+int runRecord(const Args& args);
+int runWatch(const Args& args);
 
 // The positional words a command needs: exactly `count` (or at least, when
 // `atLeast`), else a usage error naming what is missing or extra.

@@ -40,6 +40,18 @@ const std::vector<Command> kCommands = {
     {"files", "ADDRESS --from HH:MM:SS --to HH:MM:SS [--type avi|jpeg] [--alarm]",
      "The camera's recordings (or pictures) in that range, one per line.",
      {{"from", true}, {"to", true}, {"type", true}, {"alarm", false}}, runFiles},
+    {"snapshot", "ADDRESS -o FILE",
+     "One picture: the first JPEG of a Motion-JPEG stream, or the first key frame of an H.264\n"
+     "stream decoded and written as JPEG or PNG by FILE's extension.",
+     {{"o", true}, {"output", true}}, runSnapshot},
+    {"record", "ADDRESS -o FILE [--duration S]",
+     "The live stream to FILE: .mp4 or .mkv (video and audio), or raw .h264, .mjpeg, .aac.\n"
+     "Ctrl-C or the duration ends it, leaving a complete file.",
+     {{"o", true}, {"output", true}, {"duration", true}}, runRecord},
+    {"watch", "ADDRESS... [--once]",
+     "A table of several cameras refreshed each second: state, frame rate, bit rate, key-frame\n"
+     "interval, lost packets, last event. --once prints one table and exits.",
+     {{"once", false}}, runWatch},
 };
 
 std::vector<std::string> commandNames() {
