@@ -60,10 +60,35 @@ int CDataList::PutNetworkData(char* data, int length) {
         m_networkHead = item;
     m_networkTail = item;
     ++m_networkCount;
+    m_networkBytes += item->m_len;
+    item->afterDrop = m_dropped;
+    m_dropped = false;
     bool wake = m_networkWaiters > 0;
     m_mtxNetworkData.UnLock();
     if (wake) pthread_cond_signal(&m_networkArrived);
     return 0;
+}
+
+uint64_t CDataList::PutNetworkDataBounded(char* data, int length, uint64_t limit) {
+    m_mtxNetworkData.Lock();
+    const uint64_t held = m_networkBytes + uint64_t(length > 0 ? length : 0);
+    if (held <= limit) {
+        m_mtxNetworkData.UnLock();
+        PutNetworkData(data, length);
+        return 0;
+    }
+    CNetworkData* dropped = m_networkHead;
+    m_networkHead = m_networkTail = nullptr;
+    m_networkCount = 0;
+    m_networkBytes = 0;
+    m_dropped = true;
+    m_mtxNetworkData.UnLock();
+    while (dropped) {
+        CNetworkData* next = dropped->m_next;
+        delete dropped;
+        dropped = next;
+    }
+    return held;
 }
 
 CNetworkData* CDataList::popNetworkLocked() {
@@ -73,6 +98,7 @@ CNetworkData* CDataList::popNetworkLocked() {
     if (!m_networkHead) m_networkTail = nullptr;
     item->m_next = nullptr;
     --m_networkCount;
+    m_networkBytes -= item->m_len;
     return item;
 }
 

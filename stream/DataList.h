@@ -31,6 +31,9 @@ public:
     CNetworkData(const CNetworkData&) = delete;
     CNetworkData& operator=(const CNetworkData&) = delete;
     char* GetData() { return m_data; }
+    // The first item after PutNetworkDataBounded dropped what was queued:
+    // its bytes do not continue those handled before.
+    bool afterDrop = false;
     uint32_t GetLen() const { return m_len; }
 
 private:
@@ -65,6 +68,10 @@ public:
     CDataList& operator=(const CDataList&) = delete;
 
     int PutNetworkData(char* data, int length);
+    // Like PutNetworkData while the queue holds at most limit bytes with
+    // this chunk; past it, drops everything queued and the chunk and returns
+    // the bytes dropped (0 when the chunk was queued).
+    uint64_t PutNetworkDataBounded(char* data, int length, uint64_t limit);
     CNetworkData* GetNetworkData();
     // Like GetNetworkData, but when the queue is empty waits up to timeoutMs
     // for a PutNetworkData or a WakeNetworkWaiters.
@@ -87,6 +94,8 @@ private:
     CNetworkData* m_networkHead = nullptr;
     CNetworkData* m_networkTail = nullptr;
     size_t m_networkCount = 0;
+    uint64_t m_networkBytes = 0;
+    bool m_dropped = false;  // the next item put is marked afterDrop
     CFrameData* m_frameHead = nullptr;
     CFrameData* m_frameTail = nullptr;
     int m_frameCount = 0;

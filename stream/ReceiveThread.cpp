@@ -30,6 +30,7 @@ void CVideoControl::SetLinkOptions(const KOVO_LINK_OPTIONS& options, const char*
     m_health.configure(options.nStallTimeoutMs, kovo::KeepAliveIntervalMs(options.nKeepAliveSec, session),
                        options.nReplyTimeoutMs, kovo::MonotonicMs());
     m_reconnect = options.nReconnect != 0;
+    m_queueLimit = uint64_t(options.nQueueLimitKB > 0 ? options.nQueueLimitKB : 65536) * 1024;
 }
 
 void CVideoControl::emitEvent(KOVO_EVENT_E event, long detail) {
@@ -67,8 +68,13 @@ void CVideoControl::receiveLoop() {
                 break;
             }
             const bool resumed = !startsWithReply(buf, n) && m_health.onMedia(kovo::MonotonicMs());
-            m_DataList->PutNetworkData(buf, int(n));
+            const uint64_t dropped = m_DataList->PutNetworkDataBounded(buf, int(n), m_queueLimit);
             if (resumed) emitEvent(KOVO_EVENT_STREAM_RESUMED, 0);
+            if (dropped) {
+                KovoTrace("Stream %d: queue limit of %llu KB reached, %llu bytes dropped up to the next whole frame\n",
+                          m_lStreamID, (unsigned long long)(m_queueLimit / 1024), (unsigned long long)dropped);
+                emitEvent(KOVO_EVENT_FRAMES_DROPPED, long(dropped));
+            }
         }
         if (!m_nRunRecvThread || !checkHealth(kovo::MonotonicMs())) break;
     }

@@ -63,11 +63,30 @@ void CVideoControl::prepareTracks() {
     if (m_bHasAudio) m_audio.rtcpChannel = m_audio.rtpChannel + 1;
 }
 
+// After the queue limit dropped bytes, whatever was half built goes and each
+// medium starts again at its next whole frame (a key frame for H.264).
+void CVideoControl::restartAfterDrop() {
+    evbuffer_drain(m_pVTempEvbuffer, m_pVTempEvbuffer->off);
+    for (Track* track : {&m_video, &m_audio}) {
+        track->unit.reset();
+        track->sequence = kovo::SequenceWatch();
+        track->discontinuity = true;
+    }
+    m_h264 = nullptr;
+    m_aac = nullptr;
+    m_tracksReady = false;
+    m_resyncPending = true;
+}
+
 void CVideoControl::AssembleChunk(const char* data, uint32_t length) {
     prepareTracks();
     if (evbuffer_addx(m_pVTempEvbuffer, data, length, 0) == -1) {
         KovoTrace("CVideoControl::RTPRecvOverTCP Sleep 1, recvSize = %d\n", int(length));
         evbuffer_drain(m_pVTempEvbuffer, m_pVTempEvbuffer->off);
+    }
+    if (m_resyncPending) {
+        if (!ResyncOnPacket(m_pVTempEvbuffer, *this)) return;
+        m_resyncPending = false;
     }
     if (m_rules == ReceiveRules::Standard)
         DeinterleaveAll(m_pVTempEvbuffer, *this);

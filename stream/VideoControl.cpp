@@ -230,6 +230,7 @@ void CVideoControl::assembleLoop() {
     while (m_nRunAssembleFrame) {
         CNetworkData* item = m_DataList->WaitNetworkData(kIdleWaitMs);
         if (!item) continue;
+        if (item->afterDrop) restartAfterDrop();
         AssembleChunk(item->GetData(), item->GetLen());
         delete item;
     }

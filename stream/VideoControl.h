@@ -148,6 +148,7 @@ private:
     void linkLost();
     void emitEvent(KOVO_EVENT_E event, long detail);
     void noteFrameDelivered();
+    void restartAfterDrop();
 
     int m_nSourceVideoWidth;
     int m_nSourceVideoHeight;
@@ -207,6 +208,8 @@ private:
     kovo::StreamHealth m_health;
     bool m_reconnect = false;       // link loss or a stall hands the stream to reconnection
     bool m_frameDelivered = false;  // STREAM_STARTED reported (assemble thread)
+    uint64_t m_queueLimit = uint64_t(65536) * 1024;  // undelivered bytes held at most
+    bool m_resyncPending = false;  // after a drop: find a packet boundary first
 };
 
 void on_evbuffer_call_back(CBuffer* buf, uint32_t oldLength, uint32_t newLength, void* arg);

@@ -1,7 +1,10 @@
 // Stream health through real sockets: events for stalls and lost links.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
+#include <cstring>
+#include <fstream>
 #include <chrono>
 #include <thread>
 #include <vector>
@@ -168,6 +171,70 @@ TEST_F(StreamHealth, KeepAliveHoldsTheSessionAndFramesStayExact) {
     ASSERT_GE(keepAlives.size(), 6u);
     for (size_t i = 1; i < keepAlives.size(); ++i) EXPECT_LT(keepAlives[i] - keepAlives[i - 1], 3s);
     EXPECT_EQ(events.count(KOVO_EVENT_KEEPALIVE_FAILED), 0u);
+}
+
+long residentKb() {
+    std::ifstream in("/proc/self/status");
+    for (std::string line; std::getline(in, line);)
+        if (line.rfind("VmRSS:", 0) == 0) return atol(line.c_str() + 6);
+    return 0;
+}
+
+// Frame i: an SPS and a 60 KB IDR slice in FU-A fragments, its bytes telling i.
+std::string bigFrame(uint16_t& seq, uint32_t i, std::string* annexB) {
+    std::string body(60000, char(i % 251));
+    memcpy(&body[0], &i, sizeof i);
+    *annexB = std::string("\0\0\0\1\x67sps\0\0\0\1\x65", 13) + body;
+    std::string out = interleave(0, rtpPacket(96, false, seq++, i, "\x67sps"));
+    for (size_t at = 0; at < body.size(); at += 1400) {
+        const char header = char((at == 0 ? 0x80 : 0) | (at + 1400 >= body.size() ? 0x40 : 0) | 5);
+        out += interleave(0, rtpPacket(96, false, seq++, i, std::string{char(0x7C), header} + body.substr(at, 1400)));
+    }
+    return out;
+}
+
+// A callback taking 100 ms a frame on a fast stream: the queue stays within
+// its limit, the drop is reported and only whole frames come out.
+TEST_F(StreamHealth, SlowCallbackKeepsTheQueueBoundedAndFramesWhole) {
+    const long baseline = residentKb();
+    open({0, 0, 0, 0, 0, 0, 1024});
+    std::atomic<long> peak{0};
+    std::atomic<bool> sending{true};
+    std::thread sampler([&] {
+        while (sending) {
+            peak = std::max(peak.load(), residentKb());
+            std::this_thread::sleep_for(20ms);
+        }
+    });
+    FrameSink slow;
+    Kovo_SetRealDataCallBack(id, H264DATA_TYPE, [](DATA_TYPE_E t, FRAME_TYPE_E f, unsigned char* d, unsigned long n, unsigned long u) {
+        FrameSink::onRealData(t, f, d, n, u);
+        std::this_thread::sleep_for(100ms);
+    }, slow.user());
+    uint16_t seq = 0;
+    for (uint32_t i = 0; i < 300; ++i) {
+        std::string annexB;
+        ASSERT_TRUE(cam.send(conn, bigFrame(seq, i, &annexB)));
+    }
+    Event dropped;
+    EXPECT_TRUE(events.waitFor(KOVO_EVENT_FRAMES_DROPPED, &dropped));
+    EXPECT_GT(dropped.detail, 1024 * 1024);
+    std::this_thread::sleep_for(3s);  // what is queued drains
+    sending = false;
+    sampler.join();
+    RecordProperty("rss_growth_kb", int(peak - baseline));
+    EXPECT_LT(peak - baseline, (1 + 16) * 1024) << "kB";
+    const auto got = slow.frames();
+    ASSERT_GE(got.size(), 5u);
+    EXPECT_LT(got.size(), 100u);
+    for (const auto& frame : got) {
+        uint32_t i = 0;
+        ASSERT_GT(frame.bytes.size(), 17u);
+        memcpy(&i, frame.bytes.data() + 13, sizeof i);
+        std::string annexB;
+        bigFrame(seq, i, &annexB);
+        EXPECT_EQ(frame.bytes, annexB) << "frame " << i;
+    }
 }
 
 }  // namespace
