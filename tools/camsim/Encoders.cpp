@@ -47,6 +47,7 @@ std::unique_ptr<VideoEncoder> VideoEncoder::open(bool mjpeg, const Options& o, s
     std::unique_ptr<VideoEncoder> e(new VideoEncoder());
     e->fps_ = o.fps;
     e->fullRange_ = mjpeg;
+    e->grain_ = o.grain;
     e->context_ = avcodec_alloc_context3(codec);
     e->frame_ = av_frame_alloc();
     e->packet_ = av_packet_alloc();
@@ -99,6 +100,7 @@ std::unique_ptr<VideoEncoder> VideoEncoder::open(bool mjpeg, const Options& o, s
 bool VideoEncoder::encodeNext(std::vector<std::vector<uint8_t>>& out) {
     if (av_frame_make_writable(frame_) < 0) return false;
     drawTestPicture(frame_, index_, fps_, fullRange_);
+    if (grain_ > 0) addGrain(frame_, index_, grain_);
     frame_->pts = index_;
     // Every stream starts with a key frame.
     frame_->pict_type = index_ == 0 ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;

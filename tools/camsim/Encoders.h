@@ -48,6 +48,7 @@ private:
     long index_ = 0;
     int fps_ = 25;
     bool fullRange_ = false;
+    int grain_ = 0;
 };
 
 class AudioEncoder : public Encoder {

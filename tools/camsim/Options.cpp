@@ -61,6 +61,8 @@ const char* usageText() {
            "  --log            print every request received\n"
            "  --frames N       exit after N video frames have been sent in total\n"
            "  --duration S     exit after S seconds\n"
+           "  --grain N        noise of +-N luma levels over the picture, so that the encoder\n"
+           "                   uses the bit rate it is given (default 0: a clean picture)\n"
            "\n"
            "Field faults, for rehearsing a camera that misbehaves (times from PLAY):\n"
            "  --session-timeout S  announce Session: <id>;timeout=S and close a playing\n"
@@ -109,6 +111,9 @@ ParseResult parseOptions(int argc, char** argv, Options& out, std::string& error
             out.frames = number;
         } else if (arg == "--duration") {
             if (!needValue(parseSeconds(value, out.duration))) return ParseResult::Error;
+        } else if (arg == "--grain") {
+            if (!needValue(parseLong(value, 0, 64, number))) return ParseResult::Error;
+            out.grain = static_cast<int>(number);
         } else if (arg == "--session-timeout") {
             if (!needValue(parseLong(value, 1, 86400, number))) return ParseResult::Error;
             out.sessionTimeout = static_cast<int>(number);

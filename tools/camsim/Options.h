@@ -17,6 +17,7 @@ struct Options {
     bool log = false;         // print every request received
     long frames = 0;          // stop after this many video frames in total (0: never)
     double duration = 0;      // stop after this many seconds (0: never)
+    int grain = 0;            // sensor-like noise over the picture, +- this much luma (0: none)
 
     // Field faults, each off at 0; times count from the PLAY that started the media.
     int sessionTimeout = 0;   // announced in Session; a playing session silent this long is closed

@@ -78,4 +78,19 @@ void drawTestPicture(AVFrame* f, long index, int fps, bool fullRange) {
     fillRect(f, 0, barsHeight + band / 4, filled, (band / 2) & ~1, toYuv(235, 235, 235, fullRange));
 }
 
+void addGrain(AVFrame* f, long index, int amplitude) {
+    uint32_t state = 2463534242u + static_cast<uint32_t>(index) * 2654435761u;
+    const int span = 2 * amplitude + 1;
+    for (int y = 0; y < f->height; ++y) {
+        uint8_t* row = f->data[0] + y * f->linesize[0];
+        for (int x = 0; x < f->width; ++x) {
+            state ^= state << 13;  // xorshift32
+            state ^= state >> 17;
+            state ^= state << 5;
+            const int value = row[x] + static_cast<int>(state % span) - amplitude;
+            row[x] = static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
+        }
+    }
+}
+
 }  // namespace camsim

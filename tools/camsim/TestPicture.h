@@ -14,6 +14,11 @@ namespace camsim {
 // 0-255 levels (JPEG) instead of video levels (H.264).
 void drawTestPicture(AVFrame* frame, long index, int fps, bool fullRange);
 
+// Lays new random noise of up to +-amplitude over the luma of picture
+// `index`, as a camera sensor does, so the encoder has detail to spend its
+// bit rate on.
+void addGrain(AVFrame* frame, long index, int amplitude);
+
 }  // namespace camsim
 
 #endif
