@@ -5,6 +5,8 @@
 #ifndef KOVO_BENCH_SCALE_BOARD_H
 #define KOVO_BENCH_SCALE_BOARD_H
 
+#include <signal.h>
+
 #include <atomic>
 #include <cstdint>
 #include <ctime>
@@ -47,6 +49,15 @@ void clearBoard(Board& board);
 
 // Maps the board file (creating and zeroing it when `create`); null on failure.
 Board* mapBoard(const std::string& path, bool create);
+
+// SIGTERM and SIGINT, which end the camera and the client.
+inline sigset_t stopSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    return signals;
+}
 
 inline int64_t monotonicNs() {
     timespec now;

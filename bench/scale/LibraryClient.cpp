@@ -47,10 +47,7 @@ void raiseDescriptorLimit(int streams) {
 }  // namespace
 
 int runLibraryClient(const ClientSettings& settings) {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
+    const sigset_t signals = stopSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);  // the stream threads inherit the mask
     g_board = mapBoard(settings.board, false);
     if (g_board == nullptr || settings.streams > kMaxSlots) {

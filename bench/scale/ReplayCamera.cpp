@@ -134,10 +134,7 @@ void Camera::serve(int listener) {
     epoll_event event{EPOLLIN, {}};
     event.data.fd = listener;
     ::epoll_ctl(epoll_, EPOLL_CTL_ADD, listener, &event);
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
+    const sigset_t signals = stopSignals();
     std::vector<epoll_event> ready(256);
     for (;;) {
         const int count = ::epoll_pwait(epoll_, ready.data(), static_cast<int>(ready.size()), 200, nullptr);
@@ -236,10 +233,7 @@ int main(int argc, char** argv) {
                              "[--pacers N]\n");
         return 2;
     }
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
+    const sigset_t signals = stopSignals();  // taken in the control loop; the pacers inherit the mask
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, SIG_IGN);
     av_log_set_level(AV_LOG_ERROR);
