@@ -174,20 +174,38 @@ TEST_F(KovoCli, AnInterruptedRecordLeavesAPlayableFile) {
     expectDecodes(path);
 }
 
-TEST_F(KovoCli, AnAddressWhereNothingListensExits2AtOnce) {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+// A loopback TCP socket on a free port: listening (a camera that never
+// answers) or closed again (nothing listens there).
+unsigned short loopbackPort(int& fd, bool listening) {
+    fd = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof address;
     ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
     ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(fd);  // the port is free again: nothing listens there
-    const auto start = Clock::now();
-    std::string text;
-    EXPECT_EQ(2, kovo("info 127.0.0.1:" + std::to_string(ntohs(address.sin_port)), &text, true));
-    EXPECT_LT(Clock::now() - start, std::chrono::seconds(1));
-    EXPECT_NE(std::string::npos, text.find("127.0.0.1:")) << "the error names the camera: " << text;
+    if (listening) ::listen(fd, 4);
+    else ::close(fd);
+    return ntohs(address.sin_port);
+}
+
+TEST_F(KovoCli, UnreachableAndSilentCamerasExitWithTheirOwnStatusInTime) {
+    int closed = -1, silent = -1;
+    const std::string nobody = "127.0.0.1:" + std::to_string(loopbackPort(closed, false));
+    const std::string mute = "127.0.0.1:" + std::to_string(loopbackPort(silent, true));
+    const struct {
+        std::string address;
+        int status;
+        std::chrono::milliseconds within;
+    } cases[] = {{nobody, 2, std::chrono::seconds(1)}, {mute, 3, std::chrono::milliseconds(1500 + 1000)}};
+    for (const auto& c : cases) {
+        const auto start = Clock::now();
+        std::string text;
+        EXPECT_EQ(c.status, kovo("info --timeout 1500 " + c.address, &text, true)) << text;
+        EXPECT_LT(Clock::now() - start, c.within) << c.address;
+        EXPECT_NE(std::string::npos, text.find(c.address + ": login failed")) << "names the camera: " << text;
+    }
+    ::close(silent);
 }
 
 }  // namespace

@@ -1,9 +1,7 @@
 #include "Cli.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <netdb.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
@@ -17,8 +15,6 @@ namespace {
 
 const OptionSpec kCommonOptions = {{"proxy", true},  {"timeout", true}, {"channel", true},
                                    {"json", false},  {"verbose", false}, {"help", false}};
-
-FILE* g_out = stdout;
 
 std::string lower(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
@@ -147,24 +143,7 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
     return " (did you mean " + *best + "?)";
 }
 
-FILE* out() { return g_out; }
-
-void routeLibraryTraces(bool verbose) {
-    // The library prints its traces on standard output: move standard output
-    // to where the traces belong and keep the real one for our results.
-    static bool routed = false;
-    if (routed) return;
-    routed = true;
-    std::fflush(stdout);
-    const int resultsFd = ::dup(STDOUT_FILENO);
-    const int traceFd = verbose ? ::dup(STDERR_FILENO) : ::open("/dev/null", O_WRONLY);
-    if (resultsFd < 0 || traceFd < 0) return;
-    ::fcntl(resultsFd, F_SETFD, FD_CLOEXEC);
-    ::dup2(traceFd, STDOUT_FILENO);
-    ::close(traceFd);
-    g_out = ::fdopen(resultsFd, "w");
-    if (g_out == nullptr) g_out = stderr;
-}
+FILE* out() { return stdout; }
 
 std::string jsonString(const std::string& text) {
     std::string quoted = "\"";

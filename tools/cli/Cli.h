@@ -47,9 +47,10 @@ long parseNumber(const std::string& text, const std::string& what, long low, lon
 std::string suggestion(const std::string& word, const std::vector<std::string>& candidates);
 bool sameName(const std::string& a, const std::string& b);  // case-insensitive
 
-// Where the tool's own results go. The library's traces never reach it.
+// Where the tool's own results go (standard output). The library's traces
+// never reach it: routeLibraryTraces sends them to standard error
+// (verbose) or nowhere.
 FILE* out();
-// Sends the library's traces to standard error (verbose) or nowhere.
 void routeLibraryTraces(bool verbose);
 
 // Text as a JSON string literal.

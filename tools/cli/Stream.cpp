@@ -24,6 +24,7 @@ void stopOnSignals() {
 
 LiveStream::LiveStream(const Camera& camera, bool keep) : camera_(camera), keep_(keep) {
     const unsigned long user = reinterpret_cast<unsigned long>(this);
+    camera.check(Kovo_SetEventCallBack(camera.id(), onEvent, user), "SetEventCallBack");
     camera.check(Kovo_OpenStream(camera.id(), camera.channel() < 0 ? 0 : camera.channel(), 0, 0, CONNECT_TYPE_TCP, 0),
                  "OpenStream");
     camera.check(Kovo_SetRealDataCallBack(camera.id(), H264DATA_TYPE, onH264, user), "SetRealDataCallBack");
@@ -31,7 +32,45 @@ LiveStream::LiveStream(const Camera& camera, bool keep) : camera_(camera), keep_
     camera.check(Kovo_SetAudioCallBack(camera.id(), onAudio, user), "SetAudioCallBack");
 }
 
-LiveStream::~LiveStream() { Kovo_CloseStream(camera_.id()); }
+// Events come from the stream's receive thread, which closing joins: after
+// it no callback can still be running on this object.
+LiveStream::~LiveStream() {
+    Kovo_SetEventCallBack(camera_.id(), nullptr, 0);
+    Kovo_CloseStream(camera_.id());
+}
+
+void LiveStream::onEvent(long, KOVO_EVENT_E event, long detail, unsigned long user) {
+    auto* self = reinterpret_cast<LiveStream*>(user);
+    std::lock_guard<std::mutex> lock(self->mutex_);
+    self->event_ = event;
+    self->eventDetail_ = detail;
+    self->eventTime_ = std::chrono::steady_clock::now();
+}
+
+std::string LiveStream::lastEvent() const {
+    static const char* const kNames[] = {"",
+                                         "started",
+                                         "stalled",
+                                         "resumed",
+                                         "connection lost",
+                                         "reconnecting, attempt",
+                                         "reconnected",
+                                         "frames dropped, bytes",
+                                         "keep-alive failed"};
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (event_ <= 0 || event_ >= static_cast<int>(sizeof kNames / sizeof kNames[0])) return "";
+    std::string text = kNames[event_];
+    if (event_ == KOVO_EVENT_RECONNECTING || event_ == KOVO_EVENT_FRAMES_DROPPED)
+        text += " " + std::to_string(eventDetail_);
+    const auto age = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - eventTime_);
+    return text + ", " + std::to_string(age.count()) + " s ago";
+}
+
+bool LiveStream::interrupted() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return event_ == KOVO_EVENT_STREAM_STALLED || event_ == KOVO_EVENT_CONNECTION_LOST ||
+           event_ == KOVO_EVENT_RECONNECTING;
+}
 
 void LiveStream::onH264(DATA_TYPE_E type, FRAME_TYPE_E frameType, unsigned char* data, unsigned long length,
                         unsigned long user) {

@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "Cli.h"
@@ -46,12 +47,17 @@ public:
     // The next frame; false when none came within timeoutMs or a stop was requested.
     bool next(Frame& frame, int timeoutMs);
     StreamCounts counts() const;
+    // The last stream event ("stalled 3 s ago"), or "" before the first.
+    std::string lastEvent() const;
+    // Whether the last event says the stream is not delivering (stall, loss, reconnect).
+    bool interrupted() const;
 
 private:
     static void onH264(DATA_TYPE_E type, FRAME_TYPE_E frameType, unsigned char* data, unsigned long length,
                        unsigned long user);
     static void onJpeg(long, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user);
     static void onAudio(long, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user);
+    static void onEvent(long, KOVO_EVENT_E event, long detail, unsigned long user);
     void push(DATA_TYPE_E type, bool key, const unsigned char* data, unsigned long length);
 
     const Camera& camera_;
@@ -61,6 +67,9 @@ private:
     std::deque<Frame> queue_;
     size_t queuedBytes_ = 0;
     StreamCounts counts_;
+    KOVO_EVENT_E event_ = static_cast<KOVO_EVENT_E>(0);
+    long eventDetail_ = 0;
+    std::chrono::steady_clock::time_point eventTime_;
 };
 
 }  // namespace kovo::cli

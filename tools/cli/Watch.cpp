@@ -12,6 +12,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr int kStallMs = 2000;
+
 // One camera of the table: logged in and streaming, or why not.
 struct Watched {
     std::string address;
@@ -25,6 +27,12 @@ struct Watched {
 void connect(const Args& args, Watched& watched) {
     try {
         watched.camera = std::make_unique<Camera>(args, watched.address);
+        // A watched stream reports stalls and comes back by itself.
+        KOVO_LINK_OPTIONS options{};
+        Kovo_GetLinkOptions(watched.camera->id(), &options);
+        options.nStallTimeoutMs = kStallMs;
+        options.nReconnect = 1;
+        Kovo_SetLinkOptions(watched.camera->id(), &options);
         watched.stream = std::make_unique<LiveStream>(*watched.camera, false);
     } catch (const Failure& failure) {
         watched.stream.reset();
@@ -59,17 +67,21 @@ void printTable(std::vector<Watched>& cameras, double seconds, bool json) {
         const StreamCounts now = w.stream ? w.stream->counts() : StreamCounts{};
         const double fps = (now.videoFrames - w.previous.videoFrames) / seconds;
         const double kbps = (now.bytes - w.previous.bytes) * 8 / seconds / 1000;
-        const char* state = !w.stream ? "failed" : now.videoFrames == w.previous.videoFrames ? "no frames" : "streaming";
+        const char* state = !w.stream                                ? "failed"
+                            : w.stream->interrupted()                ? "stalled"
+                            : now.videoFrames == w.previous.videoFrames ? "no frames"
+                                                                     : "streaming";
+        const std::string event = w.stream ? w.stream->lastEvent() : w.failure;
         w.previous = now;
         if (json) {
             std::fprintf(o, "%s{\"camera\":%s,\"state\":\"%s\",\"fps\":%.1f,\"kbps\":%.0f,\"keyInterval\":%llu,"
-                            "\"lost\":null,\"lastEvent\":null,\"error\":%s}",
+                            "\"lost\":null,\"lastEvent\":%s}",
                          i ? "," : "", jsonString(w.address).c_str(), state, fps, kbps, now.keyInterval,
-                         w.failure.empty() ? "null" : jsonString(w.failure).c_str());
+                         event.empty() ? "null" : jsonString(event).c_str());
             continue;
         }
         std::fprintf(o, "%-28s %-10s %7.1f %10.0f %8llu %6s  %s\n", w.address.c_str(), state, fps, kbps,
-                     now.keyInterval, "-", w.failure.empty() ? "-" : w.failure.c_str());
+                     now.keyInterval, "-", event.empty() ? "-" : event.c_str());
     }
     if (json) std::fprintf(o, "]\n");
     std::fflush(o);
