@@ -260,8 +260,8 @@ int main(int argc, char** argv) {
         return 1;
     }
     ::fcntl(listener, F_SETFL, O_NONBLOCK);
-    std::printf("port %d clip %zu frames %.0f kbit/s %.1f packets/frame\n", ntohs(address.sin_port),
-                clip.frames.size(), clip.kbitPerSecond(), double(clip.packetCount()) / clip.frames.size());
+    std::printf("port %d clip %zu frames %.0f kbit/s %.2f packets/frame at %d fps\n", ntohs(address.sin_port),
+                clip.frames.size(), clip.kbitPerSecond(), double(clip.packetCount()) / clip.frames.size(), clip.fps);
     std::fflush(stdout);
     Camera camera(settings, clip, *board);
     camera.serve(listener);

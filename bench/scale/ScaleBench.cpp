@@ -220,10 +220,11 @@ Figures Driver::measure(const Run& run) {
     return f;
 }
 
-void printTable(const std::vector<Run>& runs, const std::vector<Figures>& figures) {
+// `packetsPerSecond`: what one stream in real time gets, to tell whether the camera kept pace.
+void printTable(const std::vector<Run>& runs, const std::vector<Figures>& figures, double packetsPerSecond) {
     std::printf("| writes | N | client | CPU-s per stream-s | streams per core | us CPU per packet | vs ffmpeg | "
-                "peak RSS per stream | threads | frames delivered / sent | callback p99 | camera CPU |\n");
-    std::printf("|---|---|---|---|---|---|---|---|---|---|---|---|\n");
+                "peak RSS per stream | threads | frames delivered / sent | callback p99 | camera CPU | camera pace |\n");
+    std::printf("|---|---|---|---|---|---|---|---|---|---|---|---|---|\n");
     for (size_t i = 0; i < runs.size(); ++i) {
         const Run& r = runs[i];
         const Figures& f = figures[i];
@@ -247,10 +248,13 @@ void printTable(const std::vector<Run>& runs, const std::vector<Figures>& figure
         if (f.p99Ms >= 0) std::snprintf(latency, sizeof latency, "%.2f ms", f.p99Ms);
         std::snprintf(frames, sizeof frames, "%llu / %llu", (unsigned long long)f.framesDelivered,
                       (unsigned long long)f.framesSent);
-        std::printf("| %s | %d | %s | %.5f | %.0f | %s | %s | %ld KB | %ld | %s%s | %s | %.0f%% |\n", r.writes.c_str(),
-                    r.streams, client, perStreamSecond, perStreamSecond > 0 ? 1 / perStreamSecond : 0.0, perPacket,
-                    versus.c_str(), f.peakRssKb / r.streams, f.threads, frames,
-                    f.dropped ? " (camera dropped packets)" : "", latency, 100 * f.cameraCpu / f.window);
+        char pace[16] = "-";
+        if (r.writes != "idle")
+            std::snprintf(pace, sizeof pace, "%.0f%%", 100 * f.packets / (r.streams * f.window * packetsPerSecond));
+        std::printf("| %s | %d | %s | %.5f | %.0f | %s | %s | %ld KB | %ld | %s%s | %s | %.0f%% | %s |\n",
+                    r.writes.c_str(), r.streams, client, perStreamSecond, perStreamSecond > 0 ? 1 / perStreamSecond : 0.0,
+                    perPacket, versus.c_str(), f.peakRssKb / r.streams, f.threads, frames,
+                    f.dropped ? " (camera dropped packets)" : "", latency, 100 * f.cameraCpu / f.window, pace);
     }
 }
 
@@ -298,8 +302,11 @@ int runBenchmark(const Settings& settings) {
     ::close(pipeFds[1]);
     char line[256] = {0};
     FILE* announce = ::fdopen(pipeFds[0], "r");
-    int port = 0;
-    if (std::fgets(line, sizeof line, announce) == nullptr || std::sscanf(line, "port %d", &port) != 1) {
+    int port = 0, fps = 25;
+    double packetsPerFrame = 0;
+    if (std::fgets(line, sizeof line, announce) == nullptr ||
+        std::sscanf(line, "port %d clip %*d frames %*f kbit/s %lf packets/frame at %d fps", &port, &packetsPerFrame,
+                    &fps) != 3) {
         std::fprintf(stderr, "bench_scale: the replay camera did not start\n");
         stop(camera, SIGKILL, 0);
         ::unlink(boardPath.c_str());
@@ -321,7 +328,9 @@ int runBenchmark(const Settings& settings) {
     std::printf("Replay camera: %s", line);
     std::printf("Window %d s after %d s warm-up; %ld cores; load average before %s, after %s\n\n", settings.seconds,
                 settings.warmup, ::sysconf(_SC_NPROCESSORS_ONLN), loadBefore.c_str(), loadAverage().c_str());
-    printTable(runs, figures);
+    printTable(runs, figures, packetsPerFrame * fps);
+    std::printf("\ncamera pace: packets written in the window against real time; below about 95%% the camera (or\n"
+                "the machine) fell behind, and that row's figures do not describe a real-time load.\n");
     for (size_t i = 0; i < runs.size(); ++i)
         if (runs[i].writes == "idle" && figures[i].failure.empty())
             std::printf("\n%d idle streams: %.2f%% of one core\n", runs[i].streams,
