@@ -3,6 +3,7 @@
 #include "stream/StreamApi.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 
@@ -57,22 +58,40 @@ int validateOpenArguments(long id, int channel, long type, long mode, int connec
     return 0;
 }
 
+// What the receive path learns from DESCRIBE and SETUP.
+struct StreamLayout {
+    bool mjpeg = false;
+    kovo::TrackSdp video;
+    kovo::TrackSdp audio;
+    int videoChannel = -1;  // as the SETUP replies announce them
+    int audioChannel = -1;
+};
+
+// The first interleaved channel of the last SETUP reply, or -1.
+int announcedChannel(CConnect* conn) {
+    const char* transport = rtsp_search_answers(conn, "Transport");
+    const char* at = transport ? strstr(transport, "interleaved=") : nullptr;
+    return at ? atoi(at + 12) : -1;
+}
+
 // SETUP of each track, then PLAY; the SETUP results are not checked.
-int setupAndPlay(CDevice* dev) {
+int setupAndPlay(CDevice* dev, StreamLayout& layout) {
     CConnect* conn = &dev->stream;
     if (dev->a_mrl[0]) {
         rtsp_schedule_field(conn, kTransport);
         rtsp_schedule_field(conn, kUserAgent);
         rtsp_request_setup(conn, dev->a_mrl);
+        layout.audioChannel = announcedChannel(conn);
     }
     rtsp_schedule_field(conn, kTransport);
     rtsp_schedule_field(conn, kUserAgent);
     rtsp_request_setup(conn, dev->v_mrl);
+    layout.videoChannel = announcedChannel(conn);
     rtsp_schedule_field(conn, "Range: npt=0.000-");
     return rtsp_request_play(conn, dev->v_mrl);
 }
 
-void startController(CDevice* dev, long id, bool mjpeg) {
+void startController(CDevice* dev, long id, const StreamLayout& layout) {
     dev->lDeviceID = int(id);
     auto* control = new CVideoControl(dev->width, dev->height, dev->framerate);
     dev->m_pVideoControl = control;
@@ -80,7 +99,12 @@ void startController(CDevice* dev, long id, bool mjpeg) {
     control->SetSocket(dev->stream.s);
     control->SetStreamID(id);
     control->SetConnectType(CONNECT_TYPE_TCP);
-    if (mjpeg) control->SetDataType(MJPEGDATA_TYPE);
+    if (layout.mjpeg) control->SetDataType(MJPEGDATA_TYPE);
+    control->SetReceiveRules(dev->streamOptions.nStandardRtp ? kovo::ReceiveRules::Standard
+                                                             : kovo::ReceiveRules::Specified);
+    control->SetTrackSdp(layout.video, layout.audio);
+    control->SetChannels(layout.videoChannel, layout.audioChannel);
+    control->SetFrameCallBack(dev->frameCallBack, dev->frameUser);
     control->HasAudio(dev->a_mrl[0] != '\0');
     control->SetWnd(static_cast<unsigned long>(dev->VideoWnd));
     control->SetLinkOptions(kovo::linkOptionsOf(dev), dev->stream.session);
@@ -137,7 +161,10 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
         KovoTrace("OpenStream[%d] request describe failed and return.\n", __LINE__);
         return kovo::exchangeOutcome(-125);
     }
-    const bool mjpeg = strstr(conn->mrl, "MJPEG") != nullptr;
+    StreamLayout layout;
+    layout.mjpeg = strstr(conn->mrl, "MJPEG") != nullptr;
+    layout.video = kovo::ReadTrackSdp(conn->answers, "video");
+    layout.audio = kovo::ReadTrackSdp(conn->answers, "audio");
 
     const char* dimensions = rtsp_search_answers(conn, "a=x-dimensions");
     if (!dimensions) return kovo::failWith(KOVO_ERR_PROTOCOL, -1);
@@ -167,12 +194,12 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
 
     conn->protocol = ConnectType;
     if (ConnectType == CONNECT_TYPE_TCP) {
-        if (setupAndPlay(dev) != 200) {
+        if (setupAndPlay(dev, layout) != 200) {
             KovoTrace("OpenStream[%d] request play(TCP) video error and return,\t\t\t\ttmpDev->v_mrl=%s\r\n",
                       __LINE__, dev->v_mrl);
             return kovo::exchangeOutcome(-123);
         }
-        startController(dev, lDeviceID, mjpeg);
+        startController(dev, lDeviceID, layout);
     }
     KovoTrace("OpenStream Successfully:id=%d \r\n", dev->lDeviceID);
     return kovo::exchangeOutcome(0);
@@ -258,4 +285,36 @@ long Kovo_SetAudioCallBack(long lStreamID, fAudioCallBack cbAudioDataFunc, unsig
     return withController(
         lStreamID, "dev->m_pVideoControl == NULL,Kovo_SetAudioCallBack failed \r",
         [&](CVideoControl* c) { return c->SetAudioCallBack(cbAudioDataFunc, dwUser); });
+}
+
+long Kovo_SetStreamOptions(long lDeviceID, const KOVO_STREAM_OPTIONS* pOptions) {
+    DeviceHold hold(lDeviceID);
+    CDevice* dev = hold.get();
+    if (!dev) return -3;
+    if (!pOptions || (pOptions->nStandardRtp != 0 && pOptions->nStandardRtp != 1)) return -1;
+    DeviceLock lock(dev->callLock);
+    dev->streamOptions = *pOptions;
+    return 0;
+}
+
+long Kovo_SetFrameCallBack(long lDeviceID, fFrameCallBack cbFrame, unsigned long dwUser) {
+    DeviceHold hold(lDeviceID);
+    CDevice* dev = hold.get();
+    if (!dev) return -3;
+    DeviceLock lock(dev->callLock);
+    dev->frameCallBack = cbFrame;
+    dev->frameUser = dwUser;
+    if (dev->m_pVideoControl) dev->m_pVideoControl->SetFrameCallBack(cbFrame, dwUser);
+    return 0;
+}
+
+long Kovo_GetStreamStatistics(long lDeviceID, KOVO_STREAM_STATS* pStats) {
+    DeviceHold hold(lDeviceID);
+    CDevice* dev = hold.get();
+    if (!dev) return -3;
+    if (!pStats) return -1;
+    DeviceLock lock(dev->callLock);
+    if (!dev->m_pVideoControl) return -2;
+    dev->m_pVideoControl->GetStatistics(*pStats);
+    return 0;
 }

@@ -4,7 +4,8 @@
 set -euo pipefail
 packages=(cmake g++ make pkg-config uuid-dev libgtest-dev libbenchmark-dev
           ffmpeg libavcodec-dev libavformat-dev libavutil-dev libswscale-dev libswresample-dev
-          libjpeg-turbo-progs jq clang libclang-rt-14-dev)
+          libjpeg-turbo-progs jq clang libclang-rt-14-dev
+          gstreamer1.0-tools gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-plugins-ugly)
 missing=()
 for p in "${packages[@]}"; do
   dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
