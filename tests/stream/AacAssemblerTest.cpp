@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "stream/AacAssembler.h"
-#include "support/FakeCamera.h"
+#include "StreamTestSupport.h"
+#include "stream/AacDepacketizer.h"
 
 namespace kovo {
 namespace {
@@ -83,6 +83,48 @@ TEST_F(AacAssemblerTest, ShortPacketsAreDropped) {
     }
     push(full);
     EXPECT_EQ(frames.size(), 1u);
+}
+
+// ---- The standards rules ------------------------------------------------------
+
+using test::rtpPacket;
+
+// An RFC 3640 payload: AU-headers-length, 13-bit sizes with 3-bit indices, then the units.
+std::string aacPayload(const std::vector<std::string>& units) {
+    std::string headers, data;
+    for (const std::string& u : units) headers += be16(u.size() << 3), data += u;
+    return be16(headers.size() * 8) + headers + data;
+}
+
+TEST(AacDepacketizerStandard, EveryAacUnitOfAPacketWithItsOwnTime) {
+    FrameCollector out;
+    AacDepacketizer unit(ReceiveRules::Standard, &out);
+    out.push(unit, rtpPacket(97, true, 1, 1000, aacPayload({"abc", "defg", "hi"})));
+    ASSERT_EQ(out.frames.size(), 3u);
+    const std::string expected[] = {"abc", "defg", "hi"};
+    for (size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(out.frames[i].bytes.substr(0, 3), "\xFF\xF1\x4C");  // LC, 48 kHz, stereo by default
+        EXPECT_EQ(out.frames[i].bytes.substr(7), expected[i]);
+        EXPECT_EQ(out.frames[i].meta.rtpTimestamp, 1000 + 1024 * i);
+    }
+    // A unit larger than its packet is gathered from the next ones.
+    const std::string big(3000, 'u');
+    out.push(unit, rtpPacket(97, false, 2, 5000, be16(16) + be16(3000 << 3) + big.substr(0, 1400)));
+    out.push(unit, rtpPacket(97, true, 3, 5000, be16(16) + be16(3000 << 3) + big.substr(1400)));
+    ASSERT_EQ(out.frames.size(), 4u);
+    EXPECT_EQ(out.frames[3].bytes.substr(7), big);
+}
+
+TEST(AacDepacketizerStandard, AacHeaderFromTheSdpConfig) {
+    const AacFormat format = AacFormat::fromSdp(
+        "streamtype=5; profile-level-id=15; mode=AAC-hbr; config=1208; SizeLength=13; IndexLength=3;"
+        " IndexDeltaLength=3", 44100, 1);
+    FrameCollector out;
+    AacDepacketizer unit(ReceiveRules::Standard, &out, format);
+    out.push(unit, rtpPacket(97, true, 1, 0, aacPayload({std::string(300, 'x')})));
+    ASSERT_EQ(out.frames.size(), 1u);
+    // LC, sampling index 4 (44.1 kHz), one channel, frame length 307.
+    EXPECT_EQ(out.frames[0].bytes.substr(0, 7), std::string("\xFF\xF1\x50\x40\x26\x7F\xFC", 7));
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "support/FakeCamera.h"
+#include "StreamTestSupport.h"
 #include "stream/H264Depacketizer.h"
 
 namespace {
@@ -159,6 +159,61 @@ TEST(H264DepacketizerOddities, PacketLeftFromAnEarlierCallIsAppendedByTheNextFra
     a.push(single);
     EXPECT_EQ(a.recv->off, 0u);
     EXPECT_EQ(a.takeFrame(), kStart + "\x65" "F" + Assembler::framed(single));
+}
+
+// ---- The standards rules ------------------------------------------------------
+
+using kovo::FrameCollector;
+using kovo::ReceiveRules;
+using kovo::be16;
+
+// An SPS of a 320x240 picture as x264 writes it, and its PPS.
+const std::string kSps("\x67\x42\xc0\x15\xd9\x01\x41\xfb\x01\x6a\x0c\x0c\x0d\x4a\x00\x00\x03\x00\x02\x00\x00\x03"
+                       "\x00\x65\x1e\x2c\x5c\x90", 28);
+const std::string kPps("\x68\xcb\x8c\xb2", 4);
+
+TEST(H264DepacketizerStandard, StapAWithParameterSetsAndIdrIsOneKeyFrame) {
+    FrameCollector out;
+    H264Depacketizer unit(ReceiveRules::Standard, &out);
+    const std::string idr("\x65\x88\x84\x21", 4);
+    out.push(unit, rtpPacket(96, false, 1, 3000, "\x18" + be16(kSps.size()) + kSps + be16(4) + kPps));
+    out.push(unit, rtpPacket(96, true, 2, 3000, idr));
+    ASSERT_EQ(out.frames.size(), 1u);
+    EXPECT_EQ(out.frames[0].bytes, kStart + kSps + kStart + kPps + kStart + idr);
+    EXPECT_EQ(out.frames[0].meta.frameType, I_FRAME);
+    EXPECT_EQ(out.frames[0].meta.width * 1000 + out.frames[0].meta.height, 320240);
+    EXPECT_EQ(out.frames[0].meta.firstSequence, 1);
+    // A STAP-A running past its packet spoils the frame.
+    out.push(unit, rtpPacket(96, true, 3, 6000, "\x18" + be16(40) + "\x41"));
+    EXPECT_EQ(out.dropped, 1);
+}
+
+TEST(H264DepacketizerStandard, SdpParameterSetsLeadTheFirstKeyFrameWithoutItsOwn) {
+    FrameCollector out;
+    H264Depacketizer unit(ReceiveRules::Standard, &out, kStart + kSps + kStart + kPps);
+    out.push(unit, rtpPacket(96, true, 1, 3000, "\x65I1"));
+    out.push(unit, rtpPacket(96, true, 2, 6000, "\x65I2"));
+    ASSERT_EQ(out.frames.size(), 2u);
+    EXPECT_EQ(out.frames[0].bytes, kStart + kSps + kStart + kPps + kStart + "\x65I1");
+    EXPECT_EQ(out.frames[1].bytes, kStart + "\x65I2");
+}
+
+TEST(H264DepacketizerStandard, FuAWithALostMiddleFragmentWaitsForTheNextKeyFrame) {
+    FrameCollector out;
+    H264Depacketizer unit(ReceiveRules::Standard, &out);
+    out.push(unit, rtpPacket(96, false, 1, 3000, "\x41P0"));   // before any key frame
+    out.push(unit, rtpPacket(96, false, 2, 6000, "\x7C\x85" "A"));  // timestamp change ends P0
+    out.push(unit, rtpPacket(96, false, 3, 6000, std::string("\x7C\x05") + "B"));
+    out.push(unit, rtpPacket(96, true, 4, 6000, "\x7C\x45" "C"));
+    out.push(unit, rtpPacket(96, false, 5, 9000, "\x7C\x81" "D"));
+    out.push(unit, rtpPacket(96, true, 7, 9000, "\x7C\x41" "F"), true);  // 6 lost
+    out.push(unit, rtpPacket(96, true, 8, 12000, "\x41P3"));   // no key frame since
+    out.push(unit, rtpPacket(96, true, 9, 15000, "\x65I4"));
+    ASSERT_EQ(out.frames.size(), 2u);
+    EXPECT_EQ(out.frames[0].bytes, kStart + "\x65" "ABC");
+    EXPECT_EQ(out.frames[0].meta.rtpTimestamp, 6000u);
+    EXPECT_EQ(out.frames[1].bytes, kStart + "\x65I4");
+    EXPECT_EQ(out.dropped, 4);  // P0, the broken frame, its tail, P3
 }
 
 }  // namespace

@@ -140,23 +140,6 @@ inline std::vector<std::pair<int, std::string>> jpegSegments(const std::string& 
     return out;
 }
 
-// Per-picture md5 of a decoded H.264 elementary stream.
-inline std::vector<std::string> frameMd5s(const std::string& path) {
-    std::vector<std::string> hashes;
-    std::string out;
-    if (FILE* pipe = popen(("ffmpeg -v error -f h264 -i '" + path + "' -f framemd5 - 2>/dev/null").c_str(), "r")) {
-        char buf[4096];
-        for (size_t n; (n = fread(buf, 1, sizeof buf, pipe)) > 0;) out.append(buf, n);
-        pclose(pipe);
-    }
-    std::istringstream lines(out);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.empty() || line[0] == '#') continue;
-        hashes.push_back(line.substr(line.rfind(',') + 1));
-    }
-    return hashes;
-}
-
 // Access units of an ADTS stream (headers stripped); empty when the stream is malformed.
 inline std::vector<std::string> splitAdts(const std::string& adts) {
     std::vector<std::string> units;

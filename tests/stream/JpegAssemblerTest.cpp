@@ -8,6 +8,8 @@
 #include "stream/JpegAssembler.h"
 #include "stream/JpegHeaders.h"
 #include "JpegAacTestMedia.h"
+#include "StreamTestSupport.h"
+#include "stream/JpegDepacketizer.h"
 
 namespace kovo {
 namespace {
@@ -212,6 +214,33 @@ TEST_F(JpegAssemblerTest, NullSinkBuildsAndDiscards) {
     assembler.pushPacket(reinterpret_cast<const unsigned char*>(packet.data()), packet.size(), nullptr, nullptr);
     pushSmall("y");
     EXPECT_EQ(got.frames, std::vector<std::string>{small("y")});
+}
+
+// ---- The standards rules ------------------------------------------------------
+
+TEST(JpegDepacketizerStandard, RestartMarkersSixteenBitTablesAndOffsets) {
+    FrameCollector out;
+    JpegDepacketizer unit(ReceiveRules::Standard, &out);
+    // Type 65 (4:2:0, restart markers), Q 255, 16x16 pixels; interval 4; two 16-bit tables.
+    auto header = [](size_t offset) {
+        return std::string(1, '\0') + char(offset >> 16) + be16(offset) + std::string("\x41\xFF\x02\x02" "\x00\x04\xFF\xFF", 8);
+    };
+    const std::string tables(256, '\x01');
+    out.push(unit, test::rtpPacket(26, false, 1, 90, header(0) + std::string("\0\x03", 2) + be16(256) + tables + "AAAA"));
+    out.push(unit, test::rtpPacket(26, true, 2, 90, header(4) + "BBBB"));
+    ASSERT_EQ(out.frames.size(), 1u);
+    const std::string& jpeg = out.frames[0].bytes;
+    EXPECT_EQ(jpeg.substr(0, 2), "\xFF\xD8");
+    EXPECT_NE(jpeg.find(std::string("\xFF\xDB\x00\x83\x10", 5) + std::string(128, '\x01') +
+                        std::string("\xFF\xDB\x00\x83\x11", 5)), std::string::npos);
+    EXPECT_NE(jpeg.find(std::string("\xFF\xDD\x00\x04\x00\x04", 6)), std::string::npos);
+    EXPECT_EQ(jpeg.substr(jpeg.size() - 10), "AAAABBBB\xFF\xD9");
+    EXPECT_EQ(out.frames[0].meta.width * 1000 + out.frames[0].meta.height, 16016);
+    // A fragment that does not continue the frame drops it.
+    out.push(unit, test::rtpPacket(26, false, 3, 180, header(0) + std::string("\0\x03", 2) + be16(256) + tables + "AAAA"));
+    out.push(unit, test::rtpPacket(26, true, 5, 180, header(8) + "CCCC"));
+    EXPECT_EQ(out.frames.size(), 1u);
+    EXPECT_EQ(out.dropped, 1);
 }
 
 }  // namespace

@@ -9,7 +9,10 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "sdk/KovoSDK.h"
+#include "stream/Depacketizer.h"
 #include "support/FakeCamera.h"
 
 namespace kovo::test {
@@ -74,5 +77,35 @@ inline int streamConnection(const FakeCamera& cam) {
 }
 
 }  // namespace kovo::test
+
+namespace kovo {
+
+// Frames a depacketiser hands out, with the ones it dropped.
+struct FrameCollector : FrameSink {
+    struct Out {
+        MediaFrame meta;
+        std::string bytes;
+    };
+    std::vector<Out> frames;
+    int dropped = 0;
+    bool processing() const override { return true; }
+    void onFrame(const MediaFrame& f) override {
+        frames.push_back({f, std::string(reinterpret_cast<const char*>(f.data), f.size)});
+    }
+    void onFrameDropped() override { ++dropped; }
+
+    // One packet through the standard header rules.
+    void push(Depacketizer& unit, const std::string& packet, bool lossBefore = false) {
+        RtpPacket p;
+        ASSERT_TRUE(ParseRtpPacket(reinterpret_cast<const uint8_t*>(packet.data()), uint32_t(packet.size()),
+                                   RtpRules::Standard, p));
+        unit.push(p, lossBefore);
+    }
+};
+
+// Big-endian 16-bit field.
+inline std::string be16(size_t v) { return {char(v >> 8), char(v)}; }
+
+}  // namespace kovo
 
 #endif
