@@ -6,7 +6,6 @@
 
 #include "Commands.h"
 #include "Media.h"
-#include "Settings.h"
 
 namespace kovo::cli {
 namespace {
@@ -82,7 +81,7 @@ int runSnapshot(const Args& args) {
             noFrames(camera, timeoutMs);
         }
     }
-    std::string size;
+    std::string size = frame.width > 0 ? std::to_string(frame.width) + "x" + std::to_string(frame.height) : "";
     if (frame.type == MJPEGDATA_TYPE && ext != "png") {
         std::ofstream file(path, std::ios::binary);
         file.write(reinterpret_cast<const char*>(frame.data.data()), static_cast<std::streamsize>(frame.data.size()));
@@ -111,13 +110,8 @@ int runRecord(const Args& args) {
     Camera camera(args, args.words[0]);
     if (ext == "h264" && camera.motionJpeg()) usageError(camera.name() + " streams Motion-JPEG: record to .mjpeg");
     if (ext == "mjpeg" && !camera.motionJpeg()) usageError(camera.name() + " streams H.264: record to .h264");
-    int fps = 0;
-    if (muxed) {
-        std::vector<unsigned char> attributes = readNamed(camera, "ChannelAttribute", Selection{camera.channel(), 1});
-        fps = reinterpret_cast<const VIDEO_ATTRIBUTE*>(attributes.data())->FrameRate;
-    }
     std::unique_ptr<FrameSink> sink =
-        muxed ? openMuxedFile(path, fps)
+        muxed ? openMuxedFile(path)
               : std::make_unique<RawFile>(path, ext == "h264" ? H264DATA_TYPE : ext == "aac" ? AACDATA_TYPE : MJPEGDATA_TYPE);
 
     stopOnSignals();

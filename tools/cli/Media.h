@@ -28,9 +28,9 @@ bool mediaLibrariesAvailable();
 std::string writePicture(const Frame& frame, const std::string& path);
 
 // An .mp4 or .mkv file (the container chosen by the extension) with the
-// stream's video and, when the stream carries it, its audio. Timestamps
-// follow the camera's frame rate and the audio's sample count.
-std::unique_ptr<FrameSink> openMuxedFile(const std::string& path, int framesPerSecond);
+// stream's video and, when the stream carries it, its audio, each frame at
+// the time the library's frame information gives it.
+std::unique_ptr<FrameSink> openMuxedFile(const std::string& path);
 
 }  // namespace kovo::cli
 

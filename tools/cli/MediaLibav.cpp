@@ -1,5 +1,6 @@
 // Decoding, picture encoding and muxing with libavcodec, libswscale and
 // libavformat.
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <vector>
@@ -122,7 +123,7 @@ std::vector<unsigned char> encodePicture(const AVFrame* picture, AVCodecID id, A
 // the first audio frame (or enough video without audio) have fixed the streams.
 class MuxedFile : public FrameSink {
 public:
-    MuxedFile(const std::string& path, int framesPerSecond) : path_(path), fps_(framesPerSecond > 0 ? framesPerSecond : 25) {
+    explicit MuxedFile(const std::string& path) : path_(path) {
         check(avformat_alloc_output_context2(&format_, nullptr, nullptr, path.c_str()), path);
     }
     ~MuxedFile() override {
@@ -161,7 +162,8 @@ private:
         video_->codecpar->codec_id = codecOf(first);
         video_->codecpar->width = picture->width;
         video_->codecpar->height = picture->height;
-        video_->time_base = AVRational{1, fps_};
+        video_->time_base = kVideoClock;
+        start_ = fileTimeUs(first);
         if (first.type == H264DATA_TYPE) setParameterSets(first);
         for (const Frame& frame : pending_)
             if (!frame.video()) {
@@ -203,34 +205,43 @@ private:
         av_bsf_free(&bsf);
     }
 
+    // Each medium's clock is tied to this host's once, at its first frame;
+    // a frame's place in the file is its time on that clock less the first
+    // video frame's. The media then keep their own pace and stay in step.
+    long long fileTimeUs(const Frame& frame) {
+        long long& anchor = frame.video() ? videoAnchor_ : audioAnchor_;
+        const long long arrivalUs =
+            std::chrono::duration_cast<std::chrono::microseconds>(frame.arrival.time_since_epoch()).count();
+        if (anchor == kUnset) anchor = arrivalUs - frame.ptsUs;
+        return anchor + frame.ptsUs - start_;
+    }
+
     void writePacket(const Frame& frame) {
         AVStream* stream = frame.video() ? video_ : audio_;
-        if (stream == nullptr) return;  // audio that started after the file did
+        const long long timeUs = fileTimeUs(frame);
+        if (stream == nullptr || timeUs < 0) return;  // audio without a stream, or from before the file began
         Packet packet(av_packet_alloc());
         fillPacket(packet.get(), frame);
         packet->stream_index = stream->index;
-        if (frame.video()) {
-            packet->pts = packet->dts = videoFrames_++;
-            packet->duration = 1;
-            av_packet_rescale_ts(packet.get(), AVRational{1, fps_}, stream->time_base);
-        } else {
-            const int samples = stream->codecpar->frame_size > 0 ? stream->codecpar->frame_size : 1024;
-            packet->pts = packet->dts = audioSamples_;
-            packet->duration = samples;
-            audioSamples_ += samples;
-            av_packet_rescale_ts(packet.get(), AVRational{1, stream->codecpar->sample_rate}, stream->time_base);
-        }
+        packet->pts = av_rescale_q(timeUs, AVRational{1, 1000000}, stream->time_base);
+        long long& last = frame.video() ? lastVideo_ : lastAudio_;
+        if (packet->pts <= last) packet->pts = last + 1;  // never backwards, whatever the clocks did
+        packet->dts = last = packet->pts;
+        if (!frame.video()) packet->duration = stream->codecpar->frame_size;
         check(av_interleaved_write_frame(format_, packet.get()), "writing " + path_);
     }
 
+    static constexpr long long kUnset = -(1LL << 62);
+    static constexpr AVRational kVideoClock{1, 90000};
+
     std::string path_;
-    int fps_;
     AVFormatContext* format_ = nullptr;
     AVStream* video_ = nullptr;
     AVStream* audio_ = nullptr;
     std::vector<Frame> pending_;
     bool sawAudio_ = false, started_ = false, closed_ = false;
-    long long videoFrames_ = 0, audioSamples_ = 0;
+    long long videoAnchor_ = kUnset, audioAnchor_ = kUnset, start_ = 0;
+    long long lastVideo_ = -1, lastAudio_ = -1;
 };
 
 }  // namespace
@@ -250,8 +261,6 @@ std::string writePicture(const Frame& frame, const std::string& path) {
     return std::to_string(picture->width) + "x" + std::to_string(picture->height);
 }
 
-std::unique_ptr<FrameSink> openMuxedFile(const std::string& path, int framesPerSecond) {
-    return std::make_unique<MuxedFile>(path, framesPerSecond);
-}
+std::unique_ptr<FrameSink> openMuxedFile(const std::string& path) { return std::make_unique<MuxedFile>(path); }
 
 }  // namespace kovo::cli

@@ -23,19 +23,20 @@ void stopOnSignals() {
 }
 
 LiveStream::LiveStream(const Camera& camera, bool keep) : camera_(camera), keep_(keep) {
+    // Both callbacks go in before the stream opens, so that its first key
+    // frame is not missed.
     const unsigned long user = reinterpret_cast<unsigned long>(this);
     camera.check(Kovo_SetEventCallBack(camera.id(), onEvent, user), "SetEventCallBack");
+    camera.check(Kovo_SetFrameCallBack(camera.id(), onFrame, user), "SetFrameCallBack");
     camera.check(Kovo_OpenStream(camera.id(), camera.channel() < 0 ? 0 : camera.channel(), 0, 0, CONNECT_TYPE_TCP, 0),
                  "OpenStream");
-    camera.check(Kovo_SetRealDataCallBack(camera.id(), H264DATA_TYPE, onH264, user), "SetRealDataCallBack");
-    camera.check(Kovo_SetMJPEGCallBack(camera.id(), onJpeg, user), "SetMJPEGCallBack");
-    camera.check(Kovo_SetAudioCallBack(camera.id(), onAudio, user), "SetAudioCallBack");
 }
 
 // Events come from the stream's receive thread, which closing joins: after
 // it no callback can still be running on this object.
 LiveStream::~LiveStream() {
     Kovo_SetEventCallBack(camera_.id(), nullptr, 0);
+    Kovo_SetFrameCallBack(camera_.id(), nullptr, 0);
     Kovo_CloseStream(camera_.id());
 }
 
@@ -72,45 +73,40 @@ bool LiveStream::interrupted() const {
            event_ == KOVO_EVENT_RECONNECTING;
 }
 
-void LiveStream::onH264(DATA_TYPE_E type, FRAME_TYPE_E frameType, unsigned char* data, unsigned long length,
-                        unsigned long user) {
-    reinterpret_cast<LiveStream*>(user)->push(type, frameType == I_FRAME, data, length);
-}
-
-void LiveStream::onJpeg(long, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
-    reinterpret_cast<LiveStream*>(user)->push(type, true, data, length);
-}
-
-void LiveStream::onAudio(long, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
-    reinterpret_cast<LiveStream*>(user)->push(type, false, data, length);
-}
-
-void LiveStream::push(DATA_TYPE_E type, bool key, const unsigned char* data, unsigned long length) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    counts_.bytes += length;
-    if (type == AACDATA_TYPE) {
-        ++counts_.audioFrames;
+void LiveStream::onFrame(const KOVO_FRAME_INFO* info, const unsigned char* data, unsigned long length,
+                         unsigned long user) {
+    auto* self = reinterpret_cast<LiveStream*>(user);
+    const bool video = info->eDataType != AACDATA_TYPE;
+    const bool key = info->eDataType == MJPEGDATA_TYPE || (video && info->eFrameType == I_FRAME);
+    std::lock_guard<std::mutex> lock(self->mutex_);
+    StreamCounts& counts = self->counts_;
+    counts.bytes += length;
+    if (!video) {
+        ++counts.audioFrames;
     } else {
-        ++counts_.videoFrames;
-        ++counts_.framesSinceKey;
+        ++counts.videoFrames;
+        ++counts.framesSinceKey;
         if (key) {
-            if (++counts_.keyFrames > 1) counts_.keyInterval = counts_.framesSinceKey;
-            counts_.framesSinceKey = 0;
+            if (++counts.keyFrames > 1) counts.keyInterval = counts.framesSinceKey;
+            counts.framesSinceKey = 0;
         }
     }
-    if (!keep_) return;
-    if (queuedBytes_ + length > kMaxQueuedBytes) {
-        ++counts_.dropped;
+    if (!self->keep_) return;
+    if (self->queuedBytes_ + length > kMaxQueuedBytes) {
+        ++counts.dropped;
         return;
     }
     Frame frame;
-    frame.type = type;
+    frame.type = info->eDataType;
     frame.key = key;
     frame.data.assign(data, data + length);
     frame.arrival = std::chrono::steady_clock::now();
-    queuedBytes_ += length;
-    queue_.push_back(std::move(frame));
-    arrived_.notify_one();
+    frame.ptsUs = info->llPts;
+    frame.width = info->nWidth;
+    frame.height = info->nHeight;
+    self->queuedBytes_ += length;
+    self->queue_.push_back(std::move(frame));
+    self->arrived_.notify_one();
 }
 
 bool LiveStream::next(Frame& frame, int timeoutMs) {
@@ -127,6 +123,12 @@ bool LiveStream::next(Frame& frame, int timeoutMs) {
     queue_.pop_front();
     queuedBytes_ -= frame.data.size();
     return true;
+}
+
+KOVO_STREAM_STATS LiveStream::statistics() const {
+    KOVO_STREAM_STATS stats{};
+    Kovo_GetStreamStatistics(camera_.id(), &stats);
+    return stats;
 }
 
 StreamCounts LiveStream::counts() const {

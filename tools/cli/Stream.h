@@ -21,13 +21,16 @@ struct Frame {
     bool key = false;                // an H.264 key frame (JPEG and audio frames are all whole)
     std::vector<unsigned char> data;
     std::chrono::steady_clock::time_point arrival;
+    long long ptsUs = 0;             // on the medium's own clock, from its first frame
+    int width = 0, height = 0;       // of a video frame, when the library knows it
 
     bool video() const { return type != AACDATA_TYPE; }
 };
 
 // Counts of what a stream delivered, for progress lines and watch.
 struct StreamCounts {
-    unsigned long long videoFrames = 0, keyFrames = 0, audioFrames = 0, bytes = 0, dropped = 0;
+    unsigned long long videoFrames = 0, keyFrames = 0, audioFrames = 0, bytes = 0;
+    unsigned long long dropped = 0;  // frames the tool could not queue (disk too slow)
     unsigned long long framesSinceKey = 0, keyInterval = 0;  // video frames between the last two key frames
 };
 
@@ -47,18 +50,17 @@ public:
     // The next frame; false when none came within timeoutMs or a stop was requested.
     bool next(Frame& frame, int timeoutMs);
     StreamCounts counts() const;
+    // The library's statistics of the stream (rates over its last seconds, losses).
+    KOVO_STREAM_STATS statistics() const;
     // The last stream event ("stalled 3 s ago"), or "" before the first.
     std::string lastEvent() const;
     // Whether the last event says the stream is not delivering (stall, loss, reconnect).
     bool interrupted() const;
 
 private:
-    static void onH264(DATA_TYPE_E type, FRAME_TYPE_E frameType, unsigned char* data, unsigned long length,
-                       unsigned long user);
-    static void onJpeg(long, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user);
-    static void onAudio(long, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user);
+    static void onFrame(const KOVO_FRAME_INFO* info, const unsigned char* data, unsigned long length,
+                        unsigned long user);
     static void onEvent(long, KOVO_EVENT_E event, long detail, unsigned long user);
-    void push(DATA_TYPE_E type, bool key, const unsigned char* data, unsigned long length);
 
     const Camera& camera_;
     const bool keep_;

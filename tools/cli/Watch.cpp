@@ -67,6 +67,7 @@ void printTable(std::vector<Watched>& cameras, double seconds, bool json) {
         const StreamCounts now = w.stream ? w.stream->counts() : StreamCounts{};
         const double fps = (now.videoFrames - w.previous.videoFrames) / seconds;
         const double kbps = (now.bytes - w.previous.bytes) * 8 / seconds / 1000;
+        const std::string lost = w.stream ? std::to_string(w.stream->statistics().ullLostPackets) : "-";
         const char* state = !w.stream                                ? "failed"
                             : w.stream->interrupted()                ? "stalled"
                             : now.videoFrames == w.previous.videoFrames ? "no frames"
@@ -75,13 +76,13 @@ void printTable(std::vector<Watched>& cameras, double seconds, bool json) {
         w.previous = now;
         if (json) {
             std::fprintf(o, "%s{\"camera\":%s,\"state\":\"%s\",\"fps\":%.1f,\"kbps\":%.0f,\"keyInterval\":%llu,"
-                            "\"lost\":null,\"lastEvent\":%s}",
+                            "\"lost\":%s,\"lastEvent\":%s}",
                          i ? "," : "", jsonString(w.address).c_str(), state, fps, kbps, now.keyInterval,
-                         event.empty() ? "null" : jsonString(event).c_str());
+                         w.stream ? lost.c_str() : "null", event.empty() ? "null" : jsonString(event).c_str());
             continue;
         }
         std::fprintf(o, "%-28s %-10s %7.1f %10.0f %8llu %6s  %s\n", w.address.c_str(), state, fps, kbps,
-                     now.keyInterval, "-", event.empty() ? "-" : event.c_str());
+                     now.keyInterval, lost.c_str(), event.empty() ? "-" : event.c_str());
     }
     if (json) std::fprintf(o, "]\n");
     std::fflush(o);
