@@ -147,6 +147,10 @@ public:
         closed_ = true;
         if (!started_ && !pending_.empty()) start();
         if (!started_) return;
+        if (heldVideo_.get() != nullptr) {
+            heldVideo_->duration = videoDuration_;
+            writeHeldVideo();
+        }
         check(av_write_trailer(format_), "finishing " + path_);
         avio_closep(&format_->pb);
     }
@@ -227,8 +231,25 @@ private:
         long long& last = frame.video() ? lastVideo_ : lastAudio_;
         if (packet->pts <= last) packet->pts = last + 1;  // never backwards, whatever the clocks did
         packet->dts = last = packet->pts;
-        if (!frame.video()) packet->duration = stream->codecpar->frame_size;
-        check(av_interleaved_write_frame(format_, packet.get()), "writing " + path_);
+        if (!frame.video()) {
+            packet->duration = av_rescale_q(stream->codecpar->frame_size, AVRational{1, stream->codecpar->sample_rate},
+                                            stream->time_base);
+            check(av_interleaved_write_frame(format_, packet.get()), "writing " + path_);
+            return;
+        }
+        // A video frame lasts until the next one: it is written when that comes.
+        if (heldVideo_.get() != nullptr) {
+            heldVideo_->duration = packet->pts - heldVideo_->pts;
+            videoDuration_ = heldVideo_->duration;
+            writeHeldVideo();
+        }
+        heldVideo_.p = packet.p;
+        packet.p = nullptr;
+    }
+
+    void writeHeldVideo() {
+        check(av_interleaved_write_frame(format_, heldVideo_.get()), "writing " + path_);
+        av_packet_free(&heldVideo_.p);
     }
 
     static constexpr long long kUnset = -(1LL << 62);
@@ -242,6 +263,8 @@ private:
     bool sawAudio_ = false, started_ = false, closed_ = false;
     long long videoAnchor_ = kUnset, audioAnchor_ = kUnset, start_ = 0;
     long long lastVideo_ = -1, lastAudio_ = -1;
+    Packet heldVideo_;
+    long long videoDuration_ = 0;
 };
 
 }  // namespace

@@ -63,15 +63,12 @@ void listOne(const Setting& setting, bool json, bool first) {
                      roleNote(field));
 }
 
-void printRecord(const RecordDesc& record, const void* data, bool json) {
-    if (json) {
-        std::fprintf(out(), "%s\n", recordJson(record, data).c_str());
-        return;
-    }
-    const int width = static_cast<int>(widest(record));
+// One field a line; with a prefix ("NetConfig.") when several settings are printed.
+void printRecord(const RecordDesc& record, const void* data, const std::string& prefix) {
+    const int width = static_cast<int>(widest(record) + prefix.size());
     for (const FieldDesc& field : record)
         if (field.role != FieldRole::Unused)
-            std::fprintf(out(), "%-*s  %s\n", width, field.name, formatField(field, data).c_str());
+            std::fprintf(out(), "%-*s  %s\n", width, (prefix + field.name).c_str(), formatField(field, data).c_str());
 }
 
 // A change `set` was asked for, checked against the description.
@@ -123,11 +120,28 @@ int runList(const Args& args) {
 }
 
 int runGet(const Args& args) {
-    expectWords(args, 2, "ADDRESS NAME");
-    const Setting& setting = settingNamed(args.words[1]);
-    const Selection selection = selectionFor(args, setting);
+    expectWords(args, 2, "ADDRESS NAME...", true);
+    std::vector<const Setting*> wanted;
+    for (size_t i = 1; i < args.words.size(); ++i) wanted.push_back(&settingNamed(args.words[i]));
+    const bool several = wanted.size() > 1;
+    // With several names, --index goes to those that have numbered items.
+    if (!several) selectionFor(args, *wanted[0]);
+    const Selection selection{channelOf(args), static_cast<int>(args.number("index", 1, -1, 65535))};
     Camera camera(args, args.words[0]);
-    printRecord(setting.record, readNamed(camera, setting.name, selection).data(), args.json());
+    FILE* o = out();
+    if (args.json() && several) std::fprintf(o, "{");
+    for (size_t i = 0; i < wanted.size(); ++i) {
+        const Setting& setting = *wanted[i];
+        const std::vector<unsigned char> record = readNamed(camera, setting.name, selection);
+        if (!args.json())
+            printRecord(setting.record, record.data(), several ? std::string(setting.name) + "." : "");
+        else if (several)
+            std::fprintf(o, "%s%s:%s", i ? "," : "", jsonString(setting.name).c_str(),
+                         recordJson(setting.record, record.data()).c_str());
+        else
+            std::fprintf(o, "%s\n", recordJson(setting.record, record.data()).c_str());
+    }
+    if (args.json() && several) std::fprintf(o, "}\n");
     return kExitOk;
 }
 
