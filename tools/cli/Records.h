@@ -41,11 +41,17 @@ constexpr FieldType fieldTypeOf() {
     else return FieldType::Text;
 }
 
-// Inside a table, KOVO_CLI_REC names the record being described.
-#define KOVO_CLI_FIELD_AS(member, role)                                                                \
-    kovo::cli::FieldDesc {                                                                             \
-        #member, kovo::cli::fieldTypeOf<decltype(KOVO_CLI_REC::member)>(), offsetof(KOVO_CLI_REC, member), \
-            sizeof(KOVO_CLI_REC::member), kovo::cli::FieldRole::role                                   \
+// KOVO_CLI_RECORD(Rec, KOVO_CLI_FIELD(member), ...) describes the record Rec
+// as Rec_fields::fields; the members' types and offsets come from Rec itself.
+#define KOVO_CLI_RECORD(Rec, ...)                                      \
+    struct Rec##_fields {                                              \
+        using Described = Rec;                                         \
+        static constexpr kovo::cli::FieldDesc fields[] = {__VA_ARGS__}; \
+    }
+#define KOVO_CLI_FIELD_AS(member, role)                                                             \
+    kovo::cli::FieldDesc {                                                                          \
+        #member, kovo::cli::fieldTypeOf<decltype(Described::member)>(), offsetof(Described, member), \
+            sizeof(Described::member), kovo::cli::FieldRole::role                                   \
     }
 #define KOVO_CLI_FIELD(member) KOVO_CLI_FIELD_AS(member, Value)
 
