@@ -44,7 +44,6 @@ void CVideoControl::noteFrameDelivered() {
 }
 
 void CVideoControl::receiveLoop() {
-    char buf[kRecvChunk];
     const bool wakeable = m_nWakeFd >= 0;
     while (m_nRunRecvThread) {
         if (!GetDevice() && m_nSocket < 0) {
@@ -53,32 +52,59 @@ void CVideoControl::receiveLoop() {
             continue;
         }
         pollfd fds[2] = {{m_nSocket, POLLIN, 0}, {m_nWakeFd, POLLIN, 0}};
-        const int wait = wakeable ? m_health.waitMs(kovo::MonotonicMs(), kIdleWaitMs) : kRecvWaitMs;
+        const int64_t before = kovo::MonotonicMs();
+        int wait = wakeable ? m_health.waitMs(before, kIdleWaitMs) : kRecvWaitMs;
+        const int held = m_batch.waitMs(before);
+        if (held >= 0 && held < wait) wait = held;
         const int ready = poll(fds, wakeable ? 2 : 1, wait);
         if (ready < 0 && errno != EINTR) usleep(10000);
         if (ready > 0 && (fds[1].revents & POLLIN)) continue;  // woken to stop
-        if (ready > 0 && fds[0].revents) {
-            const ssize_t n = recv(m_nSocket, buf, sizeof buf, 0);
-            if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-            if (n <= 0) {
-                const int error = n < 0 ? errno : 0;
-                kovo::tracef("recv len <=0: %d , disconnected ! exit thread!\n", int(n));
-                emitEvent(KOVO_EVENT_CONNECTION_LOST, error);
-                if (m_nRunRecvThread) linkLost();
-                break;
-            }
-            const bool resumed = !startsWithReply(buf, n) && m_health.onMedia(kovo::MonotonicMs());
-            const uint64_t dropped = m_DataList->PutNetworkDataBounded(buf, int(n), m_queueLimit);
-            if (resumed) emitEvent(KOVO_EVENT_STREAM_RESUMED, 0);
-            if (dropped) {
-                KovoTrace("Stream %d: queue limit of %llu KB reached, %llu bytes dropped up to the next whole frame\n",
-                          m_lStreamID, (unsigned long long)(m_queueLimit / 1024), (unsigned long long)dropped);
-                emitEvent(KOVO_EVENT_FRAMES_DROPPED, long(dropped));
-            }
-        }
+        if (ready > 0 && fds[0].revents && !readWaiting()) break;
+        if (m_batch.due(kovo::MonotonicMs())) handOverBatch();
         if (!m_nRunRecvThread || !checkHealth(kovo::MonotonicMs())) break;
     }
     m_recvThreadAlive = false;
+}
+
+// Reads all the connection holds now into the batch. False when the
+// connection ended (what was read before is handed over first).
+bool CVideoControl::readWaiting() {
+    for (;;) {
+        uint32_t room = 0;
+        char* into = m_batch.room(&room);
+        if (!into) {
+            handOverBatch();  // out of memory: make room rather than stop reading
+            continue;
+        }
+        const ssize_t n = recv(m_nSocket, into, room, MSG_DONTWAIT);
+        if (n < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK)) return true;
+        if (n <= 0) {
+            const int error = n < 0 ? errno : 0;
+            handOverBatch();
+            kovo::tracef("recv len <=0: %d , disconnected ! exit thread!\n", int(n));
+            emitEvent(KOVO_EVENT_CONNECTION_LOST, error);
+            if (m_nRunRecvThread) linkLost();
+            return false;
+        }
+        const int64_t now = kovo::MonotonicMs();
+        const bool resumed = !startsWithReply(into, n) && m_health.onMedia(now);
+        m_batch.added(uint32_t(n), now);
+        if (resumed) emitEvent(KOVO_EVENT_STREAM_RESUMED, 0);
+        // A short read took all there was: no need to ask again.
+        if (uint32_t(n) < room || m_batch.size() >= kovo::ReceiveBatch::kHandOverBytes) return true;
+    }
+}
+
+void CVideoControl::handOverBatch() {
+    if (m_batch.empty()) return;
+    const uint64_t dropped =
+        m_DataList->PutNetworkDataBounded(const_cast<char*>(m_batch.data()), int(m_batch.size()), m_queueLimit);
+    m_batch.handedOver();
+    if (dropped) {
+        KovoTrace("Stream %d: queue limit of %llu KB reached, %llu bytes dropped up to the next whole frame\n",
+                  m_lStreamID, (unsigned long long)(m_queueLimit / 1024), (unsigned long long)dropped);
+        emitEvent(KOVO_EVENT_FRAMES_DROPPED, long(dropped));
+    }
 }
 
 // False when the thread is to end (the stream was closed from an event

@@ -18,6 +18,7 @@
 #include "stream/Deinterleaver.h"
 #include "stream/H264Depacketizer.h"
 #include "stream/JpegDepacketizer.h"
+#include "stream/ReceiveBatch.h"
 #include "stream/StreamHealth.h"
 #include "stream/StreamSdp.h"
 #include "stream/StreamTrack.h"
@@ -131,6 +132,8 @@ private:
     };
 
     void receiveLoop();
+    bool readWaiting();
+    void handOverBatch();
     void assembleLoop();
     void prepareTracks();
     void pushToTrack(Track& track, const uint8_t* bytes, uint32_t length);
@@ -203,6 +206,7 @@ private:
     int m_nSocket = -1;
     int m_nWakeFd = -1;  // eventfd written by StopThread to end the receive wait
     char m_strRecvBuf[kRecvChunk];
+    kovo::ReceiveBatch m_batch;  // read, not yet handed to the assemble thread
     int m_iStampWrongCount = 0;
 
     kovo::StreamHealth m_health;

@@ -1,0 +1,61 @@
+// What the receive thread has read from the stream connection but not yet
+// handed to the assemble thread. A camera writes its packets one by one;
+// waking the assemble thread for each of them costs more than the bytes.
+// The batch follows the "$" framing as it is read and is handed over when a
+// frame can be complete (a packet with the marker bit, or one that starts a
+// new time stamp or belongs to another channel's RTCP), when anything that
+// is not a packet turns up (a reply to a request of ours), when it is large,
+// or when nothing more came for a moment.
+#ifndef KOVO_STREAM_RECEIVEBATCH_H
+#define KOVO_STREAM_RECEIVEBATCH_H
+
+#include <cstdint>
+
+namespace kovo {
+
+class ReceiveBatch {
+public:
+    static constexpr uint32_t kHandOverBytes = 64 * 1024;
+    static constexpr int kQuietMs = 4;   // nothing more came: hand over
+    static constexpr int kHoldMs = 40;   // held at most this long in any case
+
+    ReceiveBatch() = default;
+    ~ReceiveBatch();
+    ReceiveBatch(const ReceiveBatch&) = delete;
+    ReceiveBatch& operator=(const ReceiveBatch&) = delete;
+
+    // Free space to read into (at least a full packet's worth); null when
+    // the storage cannot grow.
+    char* room(uint32_t* length);
+    // n bytes were read into room() at time nowMs.
+    void added(uint32_t n, int64_t nowMs);
+
+    const char* data() const { return m_data; }
+    uint32_t size() const { return m_size; }
+    bool empty() const { return m_size == 0; }
+    bool due(int64_t nowMs) const;
+    // How long the reader may wait before the batch is due; -1 when empty.
+    int waitMs(int64_t nowMs) const;
+    // The bytes went to the assemble thread.
+    void handedOver();
+
+private:
+    void scan();
+
+    char* m_data = nullptr;
+    uint32_t m_size = 0;
+    uint32_t m_capacity = 0;
+    int64_t m_firstAt = 0;
+    int64_t m_lastAt = 0;
+    bool m_frameMayEnd = false;
+    // Framing followed across reads: where the next header starts, and the
+    // end of a packet whose header was read but whose bytes are not all in.
+    uint32_t m_scanAt = 0;
+    uint32_t m_packetEnd = 0;
+    bool m_packetEndsFrame = false;
+    uint32_t m_lastTimestamp[4] = {};
+};
+
+}  // namespace kovo
+
+#endif
