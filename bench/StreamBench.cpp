@@ -95,11 +95,14 @@ struct Stream {
     int connection = -1;
 };
 
-Stream openStream(FakeCamera& cam) {
+Stream openStream(FakeCamera& cam, bool standard = false) {
     StdoutCapture quiet;
     Stream s;
     s.id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
-    if (s.id <= 0 || Kovo_OpenStream(s.id, 0, 0, 0, CONNECT_TYPE_TCP, 0) != 0) return {};
+    const KOVO_STREAM_OPTIONS options{standard ? 1 : 0};
+    if (s.id <= 0 || Kovo_SetStreamOptions(s.id, &options) != 0 ||
+        Kovo_OpenStream(s.id, 0, 0, 0, CONNECT_TYPE_TCP, 0) != 0)
+        return {};
     auto plays = cam.requests("PLAY");
     s.connection = plays.back().connection;
     return s;
@@ -114,60 +117,142 @@ void closeStream(const Stream& s) {
 struct Counter {
     std::atomic<uint64_t> bytes{0};
     std::atomic<uint64_t> frames{0};
-    std::atomic<uint64_t> lastIndex{0};
+    std::atomic<int64_t> firstNs{0};  // steady clock at the first delivery
     static void onFrame(DATA_TYPE_E, FRAME_TYPE_E, unsigned char*, unsigned long length, unsigned long user) {
         auto* self = reinterpret_cast<Counter*>(user);
+        int64_t none = 0;
+        self->firstNs.compare_exchange_strong(none, Clock::now().time_since_epoch().count());
         self->bytes += length;
         self->frames += 1;
     }
 };
 
-// (1) Interleaved 1080p-sized frames pushed as fast as the socket takes them.
-void BM_PipelineThroughput(benchmark::State& state) {
-    const size_t packet = size_t(state.range(0));
-    FakeCamera cam;
-    cam.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, kSdp));
-    const auto before = threadIds();
-    Stream s = openStream(cam);
-    if (s.id <= 0) return state.SkipWithError("stream did not open");
-    std::set<int> library;
-    for (int id : threadIds())
-        if (!before.count(id)) library.insert(id);
-    Counter counter;
-    Kovo_SetRealDataCallBack(s.id, H264DATA_TYPE, Counter::onFrame, reinterpret_cast<unsigned long>(&counter));
+// One opened stream fed GOPs of 1080p-sized frames as fast as the socket takes them.
+class ThroughputStream {
+public:
+    static constexpr uint32_t kGopFrames = 30;
 
     // One GOP of 30: a 250 KB key frame and 29 P frames of 60 KB.
-    uint16_t seq = 0;
-    std::string gop;
-    uint32_t gopFrames = 30;
-    for (uint32_t i = 0; i < gopFrames; ++i) gop += pictureBytes(i == 0, i == 0 ? 250000 : 60000, packet, seq, i);
-    // Warm-up: the first GOP arms the assembler, the second starts delivery.
-    StdoutCapture quiet;
-    cam.send(s.connection, gop);
-    cam.send(s.connection, gop);
-    if (!waitUntil([&] { return counter.frames >= gopFrames; }, std::chrono::seconds(10)))
-        return state.SkipWithError("warm-up frames were not delivered");
+    bool open(size_t packet, bool standard) {
+        cam_.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, kSdp));
+        const auto before = threadIds();
+        stream_ = openStream(cam_, standard);
+        if (stream_.id <= 0) return false;
+        for (int id : threadIds())
+            if (!before.count(id)) threads_.insert(id);
+        Kovo_SetRealDataCallBack(stream_.id, H264DATA_TYPE, Counter::onFrame, reinterpret_cast<unsigned long>(&counter_));
+        uint16_t seq = 0;
+        for (uint32_t i = 0; i < kGopFrames; ++i) gop_ += pictureBytes(i == 0, i == 0 ? 250000 : 60000, packet, seq, i);
+        // Warm-up: under the specified rules the first GOP arms the assembler, the second starts delivery.
+        StdoutCapture quiet;
+        cam_.send(stream_.connection, gop_);
+        cam_.send(stream_.connection, gop_);
+        return waitUntil([&] { return counter_.frames >= kGopFrames; }, std::chrono::seconds(10));
+    }
+    ~ThroughputStream() {
+        if (stream_.id > 0) closeStream(stream_);
+    }
 
+    // Sends `gops` GOPs and waits for their frames: false when frames went missing.
+    bool run(int gops, double* seconds, double* cpu, double* wireBytes) {
+        const uint64_t startFrames = counter_.frames;
+        const double cpuStart = threadCpuSeconds(threads_);
+        const auto start = Clock::now();
+        for (int g = 0; g < gops; ++g) cam_.send(stream_.connection, gop_);
+        if (!waitUntil([&] { return counter_.frames >= startFrames + uint64_t(gops) * kGopFrames; },
+                       std::chrono::seconds(120)))
+            return false;
+        *seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        *cpu = threadCpuSeconds(threads_) - cpuStart;
+        *wireBytes = double(gop_.size()) * gops;
+        return true;
+    }
+
+private:
+    FakeCamera cam_;
+    Stream stream_;
+    std::set<int> threads_;
+    Counter counter_;
+    std::string gop_;
+};
+
+// (1) Interleaved 1080p-sized frames pushed as fast as the socket takes them.
+void BM_PipelineThroughput(benchmark::State& state) {
+    ThroughputStream stream;
+    if (!stream.open(size_t(state.range(0)), false)) return state.SkipWithError("stream did not deliver");
     const int gops = 100;
     for (auto _ : state) {
-        const uint64_t startFrames = counter.frames;
-        const double cpuStart = threadCpuSeconds(library);
-        const auto start = Clock::now();
-        for (int g = 0; g < gops; ++g) cam.send(s.connection, gop);
-        if (!waitUntil([&] { return counter.frames >= startFrames + uint64_t(gops) * gopFrames; },
-                       std::chrono::seconds(120)))
-            return state.SkipWithError("frames were lost");
-        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-        const double cpu = threadCpuSeconds(library) - cpuStart;
-        const double wireBytes = double(gop.size()) * gops;
+        double seconds = 0, cpu = 0, wireBytes = 0;
+        if (!stream.run(gops, &seconds, &cpu, &wireBytes)) return state.SkipWithError("frames were lost");
         state.SetIterationTime(seconds);
         state.counters["MB/s"] = wireBytes / seconds / 1e6;
-        state.counters["frames/s"] = double(gops) * gopFrames / seconds;
+        state.counters["frames/s"] = double(gops) * ThroughputStream::kGopFrames / seconds;
         state.counters["cpu_s_per_100MB"] = cpu / (wireBytes / 1e8);
     }
-    closeStream(s);
 }
 BENCHMARK(BM_PipelineThroughput)->Arg(1400)->Arg(8000)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+
+// (1b) The same stream under the specified and the standards rules, taking
+// turns in each iteration: the ratios compare the two in the same run.
+void BM_ReceiveRulesThroughput(benchmark::State& state) {
+    ThroughputStream specified, standard;
+    if (!specified.open(size_t(state.range(0)), false) || !standard.open(size_t(state.range(0)), true))
+        return state.SkipWithError("stream did not deliver");
+    const int gops = 50;
+    double cpu[2] = {0, 0}, wall[2] = {0, 0};
+    for (auto _ : state) {
+        for (int mode = 0; mode < 2; ++mode) {
+            double seconds = 0, used = 0, wireBytes = 0;
+            if (!(mode ? standard : specified).run(gops, &seconds, &used, &wireBytes))
+                return state.SkipWithError("frames were lost");
+            cpu[mode] += used / (wireBytes / 1e8);
+            wall[mode] += wireBytes / seconds / 1e6;
+        }
+        state.SetIterationTime(1);
+    }
+    const double n = double(state.iterations());
+    state.counters["specified_MB/s"] = wall[0] / n;
+    state.counters["standard_MB/s"] = wall[1] / n;
+    state.counters["specified_cpu_s_per_100MB"] = cpu[0] / n;
+    state.counters["standard_cpu_s_per_100MB"] = cpu[1] / n;
+    state.counters["standard_to_specified_cpu"] = cpu[1] / cpu[0];
+}
+BENCHMARK(BM_ReceiveRulesThroughput)->Arg(1400)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+
+// (1c) Time from the last packet of the first key frame after PLAY to the
+// first frame the application gets, at 30 frames/s with a key frame a second.
+// Under the specified rules that first key frame is lost and the wait runs to
+// the next one; the standards rules deliver it whole.
+void BM_FirstKeyFrame(benchmark::State& state) {
+    const bool standard = state.range(0) != 0;
+    std::vector<double> ms;
+    for (auto _ : state) {
+        StdoutCapture quiet;
+        FakeCamera cam;
+        cam.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, kSdp));
+        Stream s = openStream(cam, standard);
+        if (s.id <= 0) return state.SkipWithError("stream did not open");
+        Counter counter;
+        Kovo_SetRealDataCallBack(s.id, H264DATA_TYPE, Counter::onFrame, reinterpret_cast<unsigned long>(&counter));
+        uint16_t seq = 0;
+        int64_t keySentNs = 0;
+        auto next = Clock::now();
+        for (uint32_t i = 0; i < 90 && counter.frames == 0; ++i, next += std::chrono::microseconds(33333)) {
+            std::this_thread::sleep_until(next);
+            cam.send(s.connection, pictureBytes(i % 30 == 0, i % 30 == 0 ? 250000 : 60000, 1400, seq, i));
+            if (i == 0) keySentNs = Clock::now().time_since_epoch().count();
+        }
+        waitUntil([&] { return counter.frames > 0; }, std::chrono::seconds(2));
+        closeStream(s);
+        if (counter.frames == 0) return state.SkipWithError("no frame delivered");
+        const double seconds = double(counter.firstNs - keySentNs) / 1e9;
+        state.SetIterationTime(seconds);
+        ms.push_back(seconds * 1e3);
+    }
+    std::sort(ms.begin(), ms.end());
+    state.counters["median_ms"] = ms[ms.size() / 2];
+}
+BENCHMARK(BM_FirstKeyFrame)->ArgName("standard")->Arg(0)->Arg(1)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
 
 struct LatencyProbe {
     // Steady-clock nanoseconds just before the frame's last packet was sent.
