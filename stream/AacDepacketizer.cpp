@@ -108,12 +108,12 @@ void AacDepacketizer::pushStandard(const RtpPacket& packet, bool lossBefore) {
     if (!m_sink->processing()) return;
     if (lossBefore && m_fragmentSize) {
         m_fragmentSize = 0;
-        m_sink->onFrameDropped();
+        m_sink->onFrameDropped(AACDATA_TYPE);
     }
-    if (packet.payloadSize < 2) return m_sink->onFrameDropped();
+    if (packet.payloadSize < 2) return m_sink->onFrameDropped(AACDATA_TYPE);
     const uint32_t headerBits = uint32_t((packet.payload[0] << 8) | packet.payload[1]);
     const uint32_t headerBytes = (headerBits + 7) / 8;
-    if (2 + headerBytes > packet.payloadSize) return m_sink->onFrameDropped();
+    if (2 + headerBytes > packet.payloadSize) return m_sink->onFrameDropped(AACDATA_TYPE);
     const uint8_t* data = packet.payload + 2 + headerBytes;
     const uint8_t* end = packet.payload + packet.payloadSize;
     if (m_fragmentSize) return gatherFragment(packet, data, uint32_t(end - data));
@@ -123,10 +123,10 @@ void AacDepacketizer::pushStandard(const RtpPacket& packet, bool lossBefore) {
     for (bool first = true; headers.left() >= (first ? headerSize : uint32_t(m_format.sizeLength + m_format.indexDeltaLength)); first = false) {
         const uint32_t size = headers.read(m_format.sizeLength);
         headers.read(first ? m_format.indexLength : m_format.indexDeltaLength);
-        if (size > kMaxUnit) return m_sink->onFrameDropped();
+        if (size > kMaxUnit) return m_sink->onFrameDropped(AACDATA_TYPE);
         if (size > uint32_t(end - data)) {
             // One unit spread over several packets: this is its first part.
-            if (!first || packet.marker) return m_sink->onFrameDropped();
+            if (!first || packet.marker) return m_sink->onFrameDropped(AACDATA_TYPE);
             m_fragmentSize = size;
             m_fragmentHeld = 0;
             m_fragmentTimestamp = timestamp;
@@ -143,7 +143,7 @@ void AacDepacketizer::pushStandard(const RtpPacket& packet, bool lossBefore) {
 void AacDepacketizer::gatherFragment(const RtpPacket& packet, const uint8_t* data, uint32_t size) {
     if (packet.timestamp != m_fragmentTimestamp || size > m_fragmentSize - m_fragmentHeld) {
         m_fragmentSize = 0;
-        return m_sink->onFrameDropped();
+        return m_sink->onFrameDropped(AACDATA_TYPE);
     }
     memcpy(m_frame + kAdtsHeaderSize + m_fragmentHeld, data, size);
     m_fragmentHeld += size;

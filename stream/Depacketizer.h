@@ -51,7 +51,7 @@ public:
     virtual void onFrame(const MediaFrame& frame) = 0;
     // A frame that was not delivered: lost packets, malformed data, or
     // waiting for a key frame.
-    virtual void onFrameDropped() = 0;
+    virtual void onFrameDropped(DATA_TYPE_E dataType) = 0;
 
 protected:
     ~FrameSink() = default;

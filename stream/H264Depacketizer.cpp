@@ -56,9 +56,20 @@ void H264Depacketizer::pushSpecified(const RtpPacket& packet) {
 
 void H264Depacketizer::deliverSpecified(unsigned int timestamp) {
     const uint32_t length = m_frame->off;
-    const bool key = length > 4 && IsKeyFrameH264(char(m_frame->buffer[4]));
-    const MediaFrame frame = MediaFrame::of(H264DATA_TYPE, key ? I_FRAME : P_FRAME, m_frame->buffer,
-                                            length, timestamp, m_frameSequence);
+    const uint8_t* data = m_frame->buffer;
+    const bool key = length > 4 && IsKeyFrameH264(char(data[4]));
+    if (key) {
+        // The SPS leading a key frame runs to the next start code.
+        const uint8_t* end = data + length;
+        const uint8_t* sps = data + 4;
+        const uint8_t* next = sps;
+        while (next + 4 <= end && memcmp(next, g_nalu_head, 4) != 0) ++next;
+        ReadSpsPictureSize(sps, uint32_t((next + 4 <= end ? next : end) - sps), &m_width, &m_height);
+    }
+    MediaFrame frame = MediaFrame::of(H264DATA_TYPE, key ? I_FRAME : P_FRAME, data, length,
+                                      timestamp, m_frameSequence);
+    frame.width = m_width;
+    frame.height = m_height;
     int showKey = m_bFirstKeyShow;
     if (!m_bFirstKeyShow && frame.frameType == I_FRAME) {
         m_bFirstKeyShow = 1;
@@ -68,7 +79,7 @@ void H264Depacketizer::deliverSpecified(unsigned int timestamp) {
     if (showKey)
         m_sink->onFrame(frame);
     else
-        m_sink->onFrameDropped();
+        m_sink->onFrameDropped(H264DATA_TYPE);
     evbuffer_drain(m_frame, length);
 }
 
@@ -271,7 +282,7 @@ void H264Depacketizer::finishFrame() {
         }
         m_sink->onFrame(frame);
     } else if (m_frameOpen) {
-        m_sink->onFrameDropped();
+        m_sink->onFrameDropped(H264DATA_TYPE);
     }
     evbuffer_drain(m_frame, m_frame->off);
     m_frameOpen = m_frameHasSlice = m_frameHasIdr = m_frameHasSps = false;

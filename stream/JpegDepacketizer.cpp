@@ -129,7 +129,7 @@ bool JpegDepacketizer::startFrame(const RtpPacket& packet, uint32_t tablesAt) {
 }
 
 void JpegDepacketizer::dropFrame() {
-    if (m_frameOpen) m_sink->onFrameDropped();
+    if (m_frameOpen) m_sink->onFrameDropped(MJPEGDATA_TYPE);
     m_frameOpen = false;
     m_image.clear();
 }

@@ -71,6 +71,7 @@ void CVideoControl::restartAfterDrop() {
         track->unit.reset();
         track->sequence = kovo::SequenceWatch();
         track->discontinuity = true;
+        track->breakTimed = false;
     }
     m_h264 = nullptr;
     m_aac = nullptr;
@@ -130,7 +131,13 @@ void CVideoControl::pushToTrack(Track& track, const uint8_t* bytes, uint32_t len
     bool newSource = false;
     const uint32_t lost = whole ? track.sequence.check(packet, &newSource) : 0;
     m_stats.onPacket(length, lost);
-    if (lost || newSource) track.discontinuity = true;
+    if ((lost || newSource) && !track.discontinuity) {
+        // Reported with the first frame from this packet on: under the
+        // specified rules a frame completed before it may still be waiting.
+        track.discontinuity = true;
+        track.breakTimed = true;
+        track.breakTimestamp = packet.timestamp;
+    }
     track.unit->push(packet, lost || newSource);
 }
 
@@ -139,7 +146,15 @@ bool CVideoControl::processing() const {
     return m_rules == ReceiveRules::Standard || m_StartProcessData;
 }
 
-void CVideoControl::onFrameDropped() { m_stats.onFrameDropped(); }
+void CVideoControl::onFrameDropped(DATA_TYPE_E dataType) {
+    m_stats.onFrameDropped();
+    // Frames before a medium's first delivered one break nothing.
+    Track& track = dataType == AACDATA_TYPE ? m_audio : m_video;
+    if (track.delivered) {
+        track.discontinuity = true;
+        track.breakTimed = false;
+    }
+}
 
 void CVideoControl::onFrame(const MediaFrame& frame) {
     Track& track = frame.dataType == AACDATA_TYPE ? m_audio : m_video;
@@ -154,8 +169,12 @@ void CVideoControl::onFrame(const MediaFrame& frame) {
     info.llNtpTime = track.clock.wallClock(frame.rtpTimestamp);
     info.llArrivalTime = kovo::WallClockMicros();
     info.nSequence = frame.firstSequence;
-    info.nDiscontinuity = track.discontinuity ? 1 : 0;
-    track.discontinuity = false;
+    if (track.discontinuity &&
+        (!track.breakTimed || int32_t(frame.rtpTimestamp - track.breakTimestamp) >= 0)) {
+        info.nDiscontinuity = track.delivered ? 1 : 0;
+        track.discontinuity = false;
+    }
+    track.delivered = true;
     const bool video = frame.dataType != AACDATA_TYPE;
     info.nWidth = frame.width ? frame.width : video ? m_nSourceVideoWidth : 0;
     info.nHeight = frame.height ? frame.height : video ? m_nSourceVideoHeight : 0;

@@ -128,7 +128,10 @@ private:
         std::unique_ptr<kovo::Depacketizer> unit;
         kovo::SequenceWatch sequence;
         kovo::MediaClock clock;
-        bool discontinuity = false;  // reported with the next frame
+        bool discontinuity = false;  // reported with the next frame (from breakTimestamp on)
+        bool breakTimed = false;
+        uint32_t breakTimestamp = 0;
+        bool delivered = false;
     };
 
     void receiveLoop();
@@ -144,7 +147,7 @@ private:
     bool wantsReplies() const override { return m_health.keepAliveOn(); }
     void onReply(int status) override { m_health.replyArrived(status); }
     void onFrame(const kovo::MediaFrame& frame) override;
-    void onFrameDropped() override;
+    void onFrameDropped(DATA_TYPE_E dataType) override;
     // Receive-thread work of the link options (ReceiveThread.cpp).
     bool checkHealth(int64_t now);
     void sendKeepAlive(int64_t now);

@@ -166,11 +166,8 @@ TEST(H264DepacketizerOddities, PacketLeftFromAnEarlierCallIsAppendedByTheNextFra
 using kovo::FrameCollector;
 using kovo::ReceiveRules;
 using kovo::be16;
-
-// An SPS of a 320x240 picture as x264 writes it, and its PPS.
-const std::string kSps("\x67\x42\xc0\x15\xd9\x01\x41\xfb\x01\x6a\x0c\x0c\x0d\x4a\x00\x00\x03\x00\x02\x00\x00\x03"
-                       "\x00\x65\x1e\x2c\x5c\x90", 28);
-const std::string kPps("\x68\xcb\x8c\xb2", 4);
+using kovo::test::kPps;
+using kovo::test::kSps;
 
 TEST(H264DepacketizerStandard, StapAWithParameterSetsAndIdrIsOneKeyFrame) {
     FrameCollector out;

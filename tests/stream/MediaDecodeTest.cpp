@@ -271,16 +271,6 @@ std::vector<std::string> captureRtp(const std::string& ffmpegArgs, const std::st
     return packets;
 }
 
-// A sender report: NTP seconds since 1900 and fraction for unix microseconds.
-std::string senderReport(long long unixMicros, uint32_t rtpTimestamp) {
-    const uint64_t seconds = uint64_t(unixMicros / 1000000) + 2208988800ULL;
-    const uint64_t fraction = (uint64_t(unixMicros % 1000000) << 32) / 1000000;
-    std::string sr("\x80\xC8\x00\x06" "SSRC", 8);
-    for (uint32_t word : {uint32_t(seconds), uint32_t(fraction), rtpTimestamp, 0u, 0u})
-        for (int shift = 24; shift >= 0; shift -= 8) sr += char(word >> shift);
-    return sr;
-}
-
 uint32_t timestampOf(const std::string& packet) {
     return (uint32_t(uint8_t(packet[4])) << 24) | (uint8_t(packet[5]) << 16) | (uint8_t(packet[6]) << 8) |
            uint8_t(packet[7]);

@@ -76,6 +76,21 @@ inline int streamConnection(const FakeCamera& cam) {
     return plays.empty() ? -1 : plays.back().connection;
 }
 
+// An SPS of a 320x240 picture as x264 writes it, and its PPS.
+inline const std::string kSps("\x67\x42\xc0\x15\xd9\x01\x41\xfb\x01\x6a\x0c\x0c\x0d\x4a\x00\x00\x03\x00\x02\x00\x00\x03"
+                       "\x00\x65\x1e\x2c\x5c\x90", 28);
+inline const std::string kPps("\x68\xcb\x8c\xb2", 4);
+
+// A sender report: NTP seconds since 1900 and fraction for unix microseconds.
+inline std::string senderReport(long long unixMicros, uint32_t rtpTimestamp) {
+    const uint64_t seconds = uint64_t(unixMicros / 1000000) + 2208988800ULL;
+    const uint64_t fraction = (uint64_t(unixMicros % 1000000) << 32) / 1000000;
+    std::string sr("\x80\xC8\x00\x06" "SSRC", 8);
+    for (uint32_t word : {uint32_t(seconds), uint32_t(fraction), rtpTimestamp, 0u, 0u})
+        for (int shift = 24; shift >= 0; shift -= 8) sr += char(word >> shift);
+    return sr;
+}
+
 }  // namespace kovo::test
 
 namespace kovo {
@@ -92,7 +107,7 @@ struct FrameCollector : FrameSink {
     void onFrame(const MediaFrame& f) override {
         frames.push_back({f, std::string(reinterpret_cast<const char*>(f.data), f.size)});
     }
-    void onFrameDropped() override { ++dropped; }
+    void onFrameDropped(DATA_TYPE_E) override { ++dropped; }
 
     // One packet through the standard header rules.
     void push(Depacketizer& unit, const std::string& packet, bool lossBefore = false) {

@@ -102,4 +102,40 @@ TEST(VideoControl, UdpPacketsAreIgnoredUntilAKeyFramePacket) {
     close(tx);
 }
 
+// Frame information under the specified rules: picture size from the SPS,
+// times from the RTP clock and a sender report, a break after a lost packet.
+TEST(VideoControl, FrameInformationUnderTheSpecifiedRules) {
+    CVideoControl control(640, 480, 25);
+    control.SetConnectType(CONNECT_TYPE_TCP);
+    std::vector<KOVO_FRAME_INFO> infos;
+    control.SetFrameCallBack([](const KOVO_FRAME_INFO* info, const unsigned char*, unsigned long, unsigned long user) {
+        reinterpret_cast<std::vector<KOVO_FRAME_INFO>*>(user)->push_back(*info);
+    }, reinterpret_cast<unsigned long>(&infos));
+    auto packet = [](uint16_t seq, bool marker, const std::string& nal) {
+        return interleave(0, rtpPacket(96, marker, seq, seq * 3000u, nal));
+    };
+    const long long t0 = 1700000000000000LL;
+    std::string wire = interleave(1, senderReport(t0, 3000)) + packet(0, true, kSps) + packet(1, true, "\x65x");
+    for (uint16_t seq : {2, 4, 5, 6}) wire += packet(seq, true, "\x41x");  // 3 is lost
+    {
+        StdoutCapture quiet;
+        control.AssembleChunk(wire.data(), uint32_t(wire.size()));
+    }
+    // The SPS arms the assembler and leads the key frame; the last packet waits behind.
+    ASSERT_EQ(infos.size(), 4u);
+    const struct { unsigned ts; int discontinuity; } expected[] = {{3000, 0}, {6000, 0}, {12000, 1}, {15000, 0}};
+    for (size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(infos[i].nRtpTimestamp, expected[i].ts);
+        EXPECT_EQ(infos[i].llPts, (expected[i].ts - 3000) * 1000000LL / 90000);
+        EXPECT_EQ(infos[i].llNtpTime, t0 + infos[i].llPts);
+        EXPECT_EQ(infos[i].nDiscontinuity, expected[i].discontinuity) << i;
+        EXPECT_EQ(infos[i].nWidth * 1000 + infos[i].nHeight, 320240);
+    }
+    EXPECT_EQ(infos[0].eFrameType, I_FRAME);
+    EXPECT_EQ(infos[0].nSequence, 0u);
+    KOVO_STREAM_STATS stats;
+    control.GetStatistics(stats);
+    EXPECT_EQ(stats.ullPackets * 100 + stats.ullFrames * 10 + stats.ullLostPackets, 641u);
+}
+
 }  // namespace
