@@ -56,10 +56,6 @@ void showProgress(double seconds, const StreamCounts& counts) {
 
 }  // namespace
 
-void mediaUnavailable(const std::string& what) {
-    throw Failure(kExitUsage, what + " is unavailable: kovo was built without libavformat, libavcodec and libswscale");
-}
-
 int runSnapshot(const Args& args) {
     expectWords(args, 1, "ADDRESS");
     const std::string path = outputPath(args);

@@ -1,6 +1,7 @@
 // Decoding, picture encoding and muxing through libavcodec, libswscale and
-// libavformat. Without them (MediaNone.cpp) every entry point says plainly
-// that the feature is unavailable.
+// libavformat, in the media module kovo-media.so (MediaLibav.cpp), which
+// MediaLoader.cpp loads on first use. Without it every entry point says
+// plainly that the feature is unavailable.
 #ifndef KOVO_CLI_MEDIA_H
 #define KOVO_CLI_MEDIA_H
 
@@ -31,6 +32,13 @@ std::string writePicture(const Frame& frame, const std::string& path);
 // stream's video and, when the stream carries it, its audio, each frame at
 // the time the library's frame information gives it.
 std::unique_ptr<FrameSink> openMuxedFile(const std::string& path);
+
+// What the media module provides, through its one exported function
+// `const MediaModule* kovo_media_module()`.
+struct MediaModule {
+    std::string (*writePicture)(const Frame& frame, const std::string& path);
+    std::unique_ptr<FrameSink> (*openMuxedFile)(const std::string& path);
+};
 
 }  // namespace kovo::cli
 

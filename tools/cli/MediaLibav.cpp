@@ -267,10 +267,6 @@ private:
     long long videoDuration_ = 0;
 };
 
-}  // namespace
-
-bool mediaLibrariesAvailable() { return true; }
-
 std::string writePicture(const Frame& frame, const std::string& path) {
     Picture picture(av_frame_alloc());
     decode(frame, picture.get());
@@ -286,4 +282,11 @@ std::string writePicture(const Frame& frame, const std::string& path) {
 
 std::unique_ptr<FrameSink> openMuxedFile(const std::string& path) { return std::make_unique<MuxedFile>(path); }
 
+const MediaModule kModule = {writePicture, openMuxedFile};
+
+}  // namespace
 }  // namespace kovo::cli
+
+extern "C" __attribute__((visibility("default"))) const kovo::cli::MediaModule* kovo_media_module() {
+    return &kovo::cli::kModule;
+}
