@@ -143,7 +143,7 @@ public:
         Kovo_SetRealDataCallBack(stream_.id, H264DATA_TYPE, Counter::onFrame, reinterpret_cast<unsigned long>(&counter_));
         uint16_t seq = 0;
         for (uint32_t i = 0; i < kGopFrames; ++i) gop_ += pictureBytes(i == 0, i == 0 ? 250000 : 60000, packet, seq, i);
-        // Warm-up: under the specified rules the first GOP arms the assembler, the second starts delivery.
+        // Warm-up: under the native rules the first GOP arms the assembler, the second starts delivery.
         StdoutCapture quiet;
         cam_.send(stream_.connection, gop_);
         cam_.send(stream_.connection, gop_);
@@ -192,18 +192,18 @@ void BM_PipelineThroughput(benchmark::State& state) {
 }
 BENCHMARK(BM_PipelineThroughput)->Arg(1400)->Arg(8000)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
 
-// (1b) The same stream under the specified and the standards rules, taking
+// (1b) The same stream under the native and the standards rules, taking
 // turns in each iteration: the ratios compare the two in the same run.
 void BM_ReceiveRulesThroughput(benchmark::State& state) {
-    ThroughputStream specified, standard;
-    if (!specified.open(size_t(state.range(0)), false) || !standard.open(size_t(state.range(0)), true))
+    ThroughputStream native, standard;
+    if (!native.open(size_t(state.range(0)), false) || !standard.open(size_t(state.range(0)), true))
         return state.SkipWithError("stream did not deliver");
     const int gops = 50;
     double cpu[2] = {0, 0}, wall[2] = {0, 0};
     for (auto _ : state) {
         for (int mode = 0; mode < 2; ++mode) {
             double seconds = 0, used = 0, wireBytes = 0;
-            if (!(mode ? standard : specified).run(gops, &seconds, &used, &wireBytes))
+            if (!(mode ? standard : native).run(gops, &seconds, &used, &wireBytes))
                 return state.SkipWithError("frames were lost");
             cpu[mode] += used / (wireBytes / 1e8);
             wall[mode] += wireBytes / seconds / 1e6;
@@ -211,17 +211,17 @@ void BM_ReceiveRulesThroughput(benchmark::State& state) {
         state.SetIterationTime(1);
     }
     const double n = double(state.iterations());
-    state.counters["specified_MB/s"] = wall[0] / n;
+    state.counters["native_MB/s"] = wall[0] / n;
     state.counters["standard_MB/s"] = wall[1] / n;
-    state.counters["specified_cpu_s_per_100MB"] = cpu[0] / n;
+    state.counters["native_cpu_s_per_100MB"] = cpu[0] / n;
     state.counters["standard_cpu_s_per_100MB"] = cpu[1] / n;
-    state.counters["standard_to_specified_cpu"] = cpu[1] / cpu[0];
+    state.counters["standard_to_native_cpu"] = cpu[1] / cpu[0];
 }
 BENCHMARK(BM_ReceiveRulesThroughput)->Arg(1400)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 
 // (1c) Time from the last packet of the first key frame after PLAY to the
 // first frame the application gets, at 30 frames/s with a key frame a second.
-// Under the specified rules that first key frame is lost and the wait runs to
+// Under the native rules that first key frame is lost and the wait runs to
 // the next one; the standards rules deliver it whole.
 void BM_FirstKeyFrame(benchmark::State& state) {
     const bool standard = state.range(0) != 0;

@@ -73,9 +73,9 @@ AacFormat AacFormat::fromSdp(const std::string& fmtp, uint32_t clockRate, int ch
 AacDepacketizer::AacDepacketizer(ReceiveRules rules, FrameSink* sink, AacFormat format)
     : Depacketizer(rules, sink), m_format(format) {}
 
-// ---- specified rules -------------------------------------------------------
+// ---- native rules -------------------------------------------------------
 
-void AacDepacketizer::pushSpecified(const RtpPacket& packet) {
+void AacDepacketizer::pushNative(const RtpPacket& packet) {
     m_backlog.queue(packet);
     if (m_sink->processing()) takeFront();
 }
@@ -89,13 +89,13 @@ int AacDepacketizer::takeFront() {
     }
     ParseRtpPacket(front, length, RtpRules::Fixed, m_front);
     m_delivered = false;
-    m_assembler.pushPacket(front, length, deliverSpecified, this);
+    m_assembler.pushPacket(front, length, deliverNative, this);
     // Further access units of the packet stay at the front of the buffer.
     m_backlog.drain(4 + m_assembler.consumedBytes());
     return m_delivered ? 1 : 0;
 }
 
-void AacDepacketizer::deliverSpecified(void* self, const unsigned char* data, size_t length) {
+void AacDepacketizer::deliverNative(void* self, const unsigned char* data, size_t length) {
     auto* unit = static_cast<AacDepacketizer*>(self);
     unit->m_delivered = true;
     unit->m_sink->onFrame(MediaFrame::of(AACDATA_TYPE, I_FRAME, data, length,

@@ -1,7 +1,7 @@
 // AAC access units of an RTP (MPEG-4 generic, AAC-hbr) track, each handed
 // on behind an ADTS header.
 //
-// Specified rules: the AacAssembler worked off a receive buffer (the first
+// Native rules: the AacAssembler worked off a receive buffer (the first
 // unit of a packet, a fixed 48 kHz stereo header).
 // Standard rules: every unit of a packet, with the sizes and index lengths
 // of the SDP's fmtp; a unit larger than its packet is gathered from the
@@ -39,21 +39,21 @@ public:
     AacDepacketizer(ReceiveRules rules, FrameSink* sink, AacFormat format = {});
 
 
-    // Specified rules, one step: the packet at the front of the receive
+    // Native rules, one step: the packet at the front of the receive
     // buffer; 1 when it gave a frame.
     int takeFront();
 
 private:
-    void pushSpecified(const RtpPacket& packet) override;
+    void pushNative(const RtpPacket& packet) override;
     void pushStandard(const RtpPacket& packet, bool lossBefore) override;
-    static void deliverSpecified(void* self, const unsigned char* data, size_t length);
+    static void deliverNative(void* self, const unsigned char* data, size_t length);
     void gatherFragment(const RtpPacket& packet, const uint8_t* data, uint32_t size);
     void deliver(const uint8_t* unit, uint32_t size, uint32_t timestamp, uint16_t sequence);
 
     AacFormat m_format;
     PacketBacklog m_backlog;
     AacAssembler m_assembler;
-    RtpPacket m_front;  // specified rules: the packet being worked off
+    RtpPacket m_front;  // native rules: the packet being worked off
     bool m_delivered = false;
 
     uint8_t m_frame[kAdtsHeaderSize + kMaxUnit];

@@ -18,7 +18,7 @@ void takePacket(CBuffer* temp, ChannelSink& sink, uint8_t channel, uint32_t leng
     evbuffer_drain(temp, length);
 }
 
-// An RTCP report where the specified layouts skip bytes: handed over when it
+// An RTCP report where the native layouts skip bytes: handed over when it
 // is whole, then skipped as before.
 void offerReport(const uint8_t* p, uint32_t n, ChannelSink& sink) {
     if (n < 4 || p[0] != kFrameMark || !(p[1] & 1)) return;

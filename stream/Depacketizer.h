@@ -2,7 +2,7 @@
 // one track go in, whole frames come out to one sink.
 //
 // Each format is one unit with two behaviours, chosen when it is made:
-//  - Specified: the rules our cameras were built against, kept to the byte
+//  - Native: the rules our cameras were built against, kept to the byte
 //    (payload at byte 12, the receive buffer that runs a packet behind, the
 //    fixed ADTS header, ...).
 //  - Standard: what the RTP payload formats say (STAP-A, several AAC units,
@@ -17,7 +17,7 @@
 
 namespace kovo {
 
-enum class ReceiveRules { Specified, Standard };
+enum class ReceiveRules { Native, Standard };
 
 // One finished frame, valid only during FrameSink::onFrame.
 struct MediaFrame {
@@ -45,7 +45,7 @@ struct MediaFrame {
 
 class FrameSink {
 public:
-    // Whether the stream takes frames yet. Under the specified rules a
+    // Whether the stream takes frames yet. Under the native rules a
     // packet that arrives before waits in its receive buffer.
     virtual bool processing() const = 0;
     virtual void onFrame(const MediaFrame& frame) = 0;
@@ -62,17 +62,17 @@ public:
     virtual ~Depacketizer() = default;
     // The next packet of this unit's track in arrival order. lossBefore:
     // packets of the track went missing just before this one (sequence gap
-    // or a new source); the specified rules do not look at it.
+    // or a new source); the native rules do not look at it.
     void push(const RtpPacket& packet, bool lossBefore) {
         if (m_rules == ReceiveRules::Standard)
             pushStandard(packet, lossBefore);
         else
-            pushSpecified(packet);
+            pushNative(packet);
     }
 
 protected:
     Depacketizer(ReceiveRules rules, FrameSink* sink) : m_rules(rules), m_sink(sink) {}
-    virtual void pushSpecified(const RtpPacket& packet) = 0;
+    virtual void pushNative(const RtpPacket& packet) = 0;
     virtual void pushStandard(const RtpPacket& packet, bool lossBefore) = 0;
 
     const ReceiveRules m_rules;

@@ -37,11 +37,11 @@ H264Depacketizer::~H264Depacketizer() {
     evbuffer_free(m_frame);
 }
 
-// ---- specified rules -------------------------------------------------------
+// ---- native rules -------------------------------------------------------
 
 // The packet joins the receive buffer; the one at its front is worked off,
 // which is this packet unless an earlier one was left waiting.
-void H264Depacketizer::pushSpecified(const RtpPacket& packet) {
+void H264Depacketizer::pushNative(const RtpPacket& packet) {
     m_backlog.queue(packet);
     if (!m_sink->processing()) return;
     CBuffer* recv = m_backlog.buffer();
@@ -51,10 +51,10 @@ void H264Depacketizer::pushSpecified(const RtpPacket& packet) {
     int nalType = 0;
     unsigned int timestamp = 0;
     GetFrameData(recv, m_frame, complete, nalType, timestamp);
-    if (complete) deliverSpecified(timestamp);
+    if (complete) deliverNative(timestamp);
 }
 
-void H264Depacketizer::deliverSpecified(unsigned int timestamp) {
+void H264Depacketizer::deliverNative(unsigned int timestamp) {
     const uint32_t length = m_frame->off;
     const uint8_t* data = m_frame->buffer;
     const bool key = length > 4 && IsKeyFrameH264(char(data[4]));

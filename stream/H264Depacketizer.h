@@ -1,7 +1,7 @@
 // Turns H.264 RTP packets into Annex B frames, each NAL unit behind a 4-byte
 // start code.
 //
-// Specified rules: single NAL units and FU-A only, worked off a receive
+// Native rules: single NAL units and FU-A only, worked off a receive
 // buffer of length-prefixed packets (GetFrameData); a frame begins with an
 // SPS to count as a key frame and nothing is delivered before the first one.
 // Standard rules: single NAL units, STAP-A and FU-A; a frame ends at the
@@ -40,7 +40,7 @@ public:
     H264Depacketizer& operator=(const H264Depacketizer&) = delete;
 
 
-    // Specified rules, one step: consumes the packet at the front of recv
+    // Native rules, one step: consumes the packet at the front of recv
     // (4-byte host-order length, then the RTP packet) and appends its NAL
     // data to frame. complete is 1 when frame now holds a whole frame; the
     // caller delivers and drains it.
@@ -51,10 +51,10 @@ public:
     CBuffer* receiveBuffer() { return m_backlog.buffer(); }
 
 private:
-    void pushSpecified(const RtpPacket& packet) override;
+    void pushNative(const RtpPacket& packet) override;
     void pushStandard(const RtpPacket& packet, bool lossBefore) override;
-    // Specified rules.
-    void deliverSpecified(unsigned int timestamp);
+    // Native rules.
+    void deliverNative(unsigned int timestamp);
     bool appendToFrame(CBuffer* frame, const void* data, uint32_t length);
     void takeSingleNalu(CBuffer* recv, CBuffer* frame, const RtpPacket& p, int& complete,
                         int& nalType);
@@ -68,7 +68,7 @@ private:
     void finishFrame();
     void dropFrame();
 
-    PacketBacklog m_backlog;  // specified rules: packets waiting their turn
+    PacketBacklog m_backlog;  // native rules: packets waiting their turn
     CBuffer* m_frame;  // the frame being assembled
 
     uint32_t m_lNaluLen = 0;  // payload bytes of the packet being assembled

@@ -19,9 +19,9 @@ uint32_t be16(const uint8_t* p) { return uint32_t((p[0] << 8) | p[1]); }
 JpegDepacketizer::JpegDepacketizer(ReceiveRules rules, FrameSink* sink)
     : Depacketizer(rules, sink) {}
 
-// ---- specified rules -------------------------------------------------------
+// ---- native rules -------------------------------------------------------
 
-void JpegDepacketizer::pushSpecified(const RtpPacket& packet) {
+void JpegDepacketizer::pushNative(const RtpPacket& packet) {
     m_backlog.queue(packet);
     if (!m_sink->processing()) return;
     const uint8_t* front = nullptr;
@@ -30,13 +30,13 @@ void JpegDepacketizer::pushSpecified(const RtpPacket& packet) {
         ParseRtpPacket(front, length, RtpRules::Fixed, m_front);
         if (m_nextStartsFrame) m_frameSequence = m_front.sequence;
         m_nextStartsFrame = m_front.marker;
-        m_assembler.pushPacket(front, length, deliverSpecified, this);
+        m_assembler.pushPacket(front, length, deliverNative, this);
     }
     // Whatever else the receive buffer holds goes with this packet.
     m_backlog.clear();
 }
 
-void JpegDepacketizer::deliverSpecified(void* self, const unsigned char* data, size_t length) {
+void JpegDepacketizer::deliverNative(void* self, const unsigned char* data, size_t length) {
     auto* unit = static_cast<JpegDepacketizer*>(self);
     MediaFrame frame = MediaFrame::of(MJPEGDATA_TYPE, I_FRAME, data, length,
                                       unit->m_front.timestamp, unit->m_frameSequence);

@@ -1,6 +1,6 @@
 // Rebuilds JPEG files from RTP/JPEG packets.
 //
-// Specified rules: the JpegAssembler worked off a receive buffer (headers
+// Native rules: the JpegAssembler worked off a receive buffer (headers
 // read from a frame's first packet only, fragment offsets not checked, the
 // first finished frame of the process dropped).
 // Standard rules: types 0, 1, 64 and 65; every packet's restart marker
@@ -27,15 +27,15 @@ public:
 
 
 private:
-    void pushSpecified(const RtpPacket& packet) override;
+    void pushNative(const RtpPacket& packet) override;
     void pushStandard(const RtpPacket& packet, bool lossBefore) override;
-    static void deliverSpecified(void* self, const unsigned char* data, size_t length);
+    static void deliverNative(void* self, const unsigned char* data, size_t length);
     bool startFrame(const RtpPacket& packet, uint32_t headerSize);
     void dropFrame();
 
     PacketBacklog m_backlog;
     JpegAssembler m_assembler;
-    RtpPacket m_front;          // specified rules: the packet being worked off
+    RtpPacket m_front;          // native rules: the packet being worked off
     bool m_nextStartsFrame = true;
     uint16_t m_frameSequence = 0;
 

@@ -1,4 +1,4 @@
-// The receive buffer of the specified rules: packets queued as a 4-byte
+// The receive buffer of the native rules: packets queued as a 4-byte
 // host-order length then the packet bytes. The rules work off the packet at
 // its front, which lags behind the newest one when an earlier packet was
 // left waiting (before the stream started processing, or bytes a rule did

@@ -101,7 +101,7 @@ void startController(CDevice* dev, long id, const StreamLayout& layout) {
     control->SetConnectType(CONNECT_TYPE_TCP);
     if (layout.mjpeg) control->SetDataType(MJPEGDATA_TYPE);
     control->SetReceiveRules(dev->streamOptions.nStandardRtp ? kovo::ReceiveRules::Standard
-                                                             : kovo::ReceiveRules::Specified);
+                                                             : kovo::ReceiveRules::Native);
     control->SetTrackSdp(layout.video, layout.audio);
     control->SetChannels(layout.videoChannel, layout.audioChannel);
     control->SetFrameCallBack(dev->frameCallBack, dev->frameUser);

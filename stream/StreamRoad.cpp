@@ -133,7 +133,7 @@ void CVideoControl::pushToTrack(Track& track, const uint8_t* bytes, uint32_t len
     m_stats.onPacket(length, lost);
     if ((lost || newSource) && !track.discontinuity) {
         // Reported with the first frame from this packet on: under the
-        // specified rules a frame completed before it may still be waiting.
+        // native rules a frame completed before it may still be waiting.
         track.discontinuity = true;
         track.breakTimed = true;
         track.breakTimestamp = packet.timestamp;
@@ -191,7 +191,7 @@ void CVideoControl::onFrame(const MediaFrame& frame) {
     noteFrameDelivered();
 }
 
-// The specified callback of the frame's medium.
+// The callback the application registered for the frame's medium.
 void CVideoControl::deliver(const MediaFrame& frame) {
     auto* data = const_cast<unsigned char*>(frame.data);
     if (frame.dataType == H264DATA_TYPE)
@@ -202,7 +202,7 @@ void CVideoControl::deliver(const MediaFrame& frame) {
         ProcessAudioCallBack(data, frame.size, AACDATA_TYPE);
 }
 
-// ---- specified entry points ------------------------------------------------
+// ---- the classic entry points, as adapters --------------------------------
 
 // A packet appended to a receive buffer between oldLength and newLength
 // belongs to the video track (or, below, the audio track).

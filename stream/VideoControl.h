@@ -52,7 +52,7 @@ public:
     // The SDP of each medium (clock rates, payload types, format parameters).
     void SetTrackSdp(const kovo::TrackSdp& video, const kovo::TrackSdp& audio);
     // Interleaved RTP channels the camera announced (standard rules); -1:
-    // the specified layout (video 0, or audio 0 and video 2).
+    // the native layout (video 0, or audio 0 and video 2).
     void SetChannels(int videoChannel, int audioChannel);
     void StartDecode() { m_bIsDecode = 1; }
     void StopDecode() { m_bIsDecode = 0; }
@@ -99,7 +99,7 @@ public:
     // (what the assemble thread does per network item).
     void AssembleChunk(const char* data, uint32_t length);
 
-    // Specified entry points, kept as adapters onto the depacketisers.
+    // The classic entry points, kept as adapters onto the depacketisers.
     int GetFrameData(CBuffer* frame, int& complete, int& nalType, unsigned int& timestamp);
     int GetAudioData(CBuffer* frame, int& complete, int&);
     int CheckStamp(unsigned char* data, int length);
@@ -162,7 +162,7 @@ private:
     CBuffer* m_pVTempEvbuffer = nullptr;
     int m_StartProcessData = 0;
     CONNECT_TYPE_E ConnectType = CONNECT_TYPE_NONE;
-    kovo::ReceiveRules m_rules = kovo::ReceiveRules::Specified;
+    kovo::ReceiveRules m_rules = kovo::ReceiveRules::Native;
     Track m_video;
     Track m_audio;
     bool m_tracksReady = false;

@@ -20,7 +20,7 @@ std::string nal(uint8_t header, const std::string& body) { return std::string(1,
 using kovo::H264Depacketizer;
 
 struct Assembler {
-    H264Depacketizer depacketizer{kovo::ReceiveRules::Specified, nullptr};
+    H264Depacketizer depacketizer{kovo::ReceiveRules::Native, nullptr};
     CBuffer* recv = evbuffer_new();
     CBuffer* frame = evbuffer_new();
     int complete = 0;
@@ -127,7 +127,7 @@ TEST(H264Depacketizer, KeyFrameIsOnlyTheExactSpsHeader) {
     for (int c : {0x65, 0x27, 0x47, 0x68, 0x41, 0xE7}) EXPECT_FALSE(IsKeyFrameH264(char(c))) << c;
 }
 
-// ---- Odd, but required of the specified receive rules -------------------
+// ---- Odd, but required of the native receive rules -------------------
 // A STAP-A packet is never taken off the receive buffer, so nothing after it is either.
 TEST(H264DepacketizerOddities, StapAStopsAllFurtherOutput) {
     Assembler a;

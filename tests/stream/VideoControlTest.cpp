@@ -102,9 +102,9 @@ TEST(VideoControl, UdpPacketsAreIgnoredUntilAKeyFramePacket) {
     close(tx);
 }
 
-// Frame information under the specified rules: picture size from the SPS,
+// Frame information under the native rules: picture size from the SPS,
 // times from the RTP clock and a sender report, a break after a lost packet.
-TEST(VideoControl, FrameInformationUnderTheSpecifiedRules) {
+TEST(VideoControl, FrameInformationUnderTheNativeRules) {
     CVideoControl control(640, 480, 25);
     control.SetConnectType(CONNECT_TYPE_TCP);
     std::vector<KOVO_FRAME_INFO> infos;
