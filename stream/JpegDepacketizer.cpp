@@ -30,7 +30,10 @@ void JpegDepacketizer::pushNative(const RtpPacket& packet) {
         ParseRtpPacket(front, length, RtpRules::Fixed, m_front);
         if (m_nextStartsFrame) m_frameSequence = m_front.sequence;
         m_nextStartsFrame = m_front.marker;
+        // The process drops its first finished frame once, for all streams.
+        const bool firstDropPending = !JpegAssembler::firstFrameDropped();
         m_assembler.pushPacket(front, length, deliverNative, this);
+        if (firstDropPending && JpegAssembler::firstFrameDropped()) m_sink->onFrameDropped(MJPEGDATA_TYPE);
     }
     // Whatever else the receive buffer holds goes with this packet.
     m_backlog.clear();
