@@ -4,13 +4,19 @@
 
 #include <uuid/uuid.h>
 
+#include <atomic>
 #include <map>
+#include <memory>
+#include <string>
 #include <mutex>
 
 #include "rtsp/rtsp.h"
 #include "sdk/KovoSDK.h"
 
 class CVideoControl;
+namespace kovo {
+struct ReconnectState;
+}
 
 struct GUID {
     GUID() { uuid_generate(uu); }
@@ -57,6 +63,22 @@ struct CDevice {
     // Held for the whole of one parameter exchange or stream open/close, so
     // that application threads calling on one device cannot interleave.
     std::recursive_mutex callLock;
+
+    // What logging in again needs (Kovo_Login's arguments) and what the
+    // stream was opened with.
+    std::string loginAddress;
+    std::string loginProxy;
+    bool hasProxy = false;
+    unsigned short loginPort = 0;
+    int openConnectType = 0;
+    // Reconnection (sdk/Reconnect.h): the attempts under way, guarded by
+    // reconnectLock with streamWanted (an open stream the application has
+    // not closed); linkDown while the links are being replaced.
+    std::mutex reconnectLock;
+    bool streamWanted = false;
+    std::shared_ptr<kovo::ReconnectState> reconnect;
+    std::atomic<bool> linkDown{false};
+    int reservedFd = -1;  // keeps the id's descriptor number while no link holds it
 
     // Number of DeviceHold objects on this device; guarded by the registry.
     int holders = 0;

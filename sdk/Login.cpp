@@ -5,6 +5,7 @@
 
 #include "rtsp/rtsp.h"
 #include "sdk/Device.h"
+#include "sdk/Reconnect.h"
 #include "sdk/LastError.h"
 #include "sdk/LinkOptions.h"
 #include "stream/StreamApi.h"
@@ -45,11 +46,10 @@ void wake_blocked_calls(CDevice* device) {
 
 }  // namespace
 
-long Kovo_Login(const char* pszAddress, unsigned short nPort, const char* pszProxy) {
-    if (!pszAddress) return kovo::failWith(KOVO_ERR_INVALID_ARG, -1);
-    CDevice* device = new CDevice;
-    // The defaults of the moment bound this login's own connects and replies.
-    kovo::setDeviceLinkOptions(device, kovo::linkDefaults());
+long ConnectDeviceLinks(CDevice* device) {
+    const char* pszAddress = device->loginAddress.c_str();
+    const unsigned short nPort = device->loginPort;
+    const char* pszProxy = device->hasProxy ? device->loginProxy.c_str() : nullptr;
     GUID appId;
     const bool viaProxy = pszProxy && pszProxy[0];
     GUID* sharedId = viaProxy ? &appId : nullptr;
@@ -61,8 +61,7 @@ long Kovo_Login(const char* pszAddress, unsigned short nPort, const char* pszPro
     if (rtsp_connect(&device->stream, pszProxy, nPort, url.c_str(), nullptr, kStreamChannel, sharedId) != 0) {
         KovoTrace("Login connect client failed. \n");
         rtsp_close(&device->stream);
-        delete device;
-        return kovo::exchangeOutcome(-1);
+        return -1;
     }
     memset(device->stream.pszServerUrl, 0, sizeof device->stream.pszServerUrl);
     strncpy(device->stream.pszServerUrl, pszAddress, sizeof device->stream.pszServerUrl - 1);
@@ -74,18 +73,33 @@ long Kovo_Login(const char* pszAddress, unsigned short nPort, const char* pszPro
         KovoTrace("Login connect failed. \n");
         rtsp_close(&device->stream);
         rtsp_close(&device->control);
-        delete device;
-        return kovo::exchangeOutcome(-1);
+        return -1;
     }
 
     if (viaProxy && !bind_control_channel(device)) {
         tear_down_after_refused_bind(device);
-        delete device;
         KovoTrace("Login error [%d] proxy mode request setup failed and clean.\n", 667);
-        return kovo::exchangeOutcome(-108);
+        return -108;
     }
     device->control.pDevice = device;
+    return 0;
+}
 
+long Kovo_Login(const char* pszAddress, unsigned short nPort, const char* pszProxy) {
+    if (!pszAddress) return kovo::failWith(KOVO_ERR_INVALID_ARG, -1);
+    CDevice* device = new CDevice;
+    // The defaults of the moment bound this login's own connects and replies.
+    kovo::setDeviceLinkOptions(device, kovo::linkDefaults());
+    // Kept for logging in again after the link is lost.
+    device->loginAddress = pszAddress;
+    device->loginPort = nPort;
+    device->hasProxy = pszProxy != nullptr;
+    if (pszProxy) device->loginProxy = pszProxy;
+    const long result = ConnectDeviceLinks(device);
+    if (result != 0) {
+        delete device;
+        return kovo::exchangeOutcome(result);
+    }
     const long id = device->stream.s;
     RegisterDevice(id, device);
     kovo::exchangeOutcome(0);
@@ -101,12 +115,14 @@ long Kovo_Logout(long lDeviceID) {
     CDevice* device = hold.get();
     wake_blocked_calls(device);
     // A stream left open would keep threads reading a socket closed below.
+    kovo::StopReconnect(device);
     StopDeviceStream(device);
     device = hold.takeOver();
     {
         std::lock_guard<std::recursive_mutex> lock(device->callLock);
         rtsp_close(&device->stream);
         rtsp_close(&device->control);
+        kovo::ReleaseReservedId(device);
     }
     delete device;
     return kovo::succeed();

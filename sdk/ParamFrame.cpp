@@ -175,6 +175,12 @@ void Exchange::scheduleHeaderNow() {
 }
 
 int Exchange::send(bool set) {
+    // The links are being replaced (reconnection): fail at once.
+    if (device_->linkDown) {
+        lines_.clear();
+        kovo::setLastError(KOVO_ERR_CLOSED);
+        return 0;
+    }
     scheduleHeaderNow();
     for (const std::string& line : lines_) rtsp_schedule_field(conn_, line.c_str());
     lines_.clear();

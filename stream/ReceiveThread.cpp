@@ -13,6 +13,7 @@
 
 #include "rtsp/rtsp.h"
 #include "sdk/Device.h"
+#include "sdk/Reconnect.h"
 #include "sdk/Trace.h"
 #include "stream/StreamEvents.h"
 #include "stream/VideoControl.h"
@@ -149,4 +150,7 @@ void CVideoControl::sendKeepAlive(int64_t now) {
     m_health.keepAliveSent(now);
 }
 
-void CVideoControl::linkLost() {}
+// With reconnection on, the device's links are replaced; this thread ends.
+void CVideoControl::linkLost() {
+    if (m_reconnect && m_pDevice) kovo::StartReconnect(static_cast<CDevice*>(m_pDevice));
+}

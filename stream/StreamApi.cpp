@@ -10,6 +10,7 @@
 #include "rtsp/rtsp.h"
 #include "sdk/Device.h"
 #include "sdk/LinkOptions.h"
+#include "sdk/Reconnect.h"
 #include "sdk/KovoSDK.h"
 #include "sdk/LastError.h"
 #include "sdk/Trace.h"
@@ -91,7 +92,7 @@ int setupAndPlay(CDevice* dev, StreamLayout& layout) {
     return rtsp_request_play(conn, dev->v_mrl);
 }
 
-void startController(CDevice* dev, long id, const StreamLayout& layout) {
+void startController(CDevice* dev, long id, const StreamLayout& layout, CVideoControl* callbacksFrom) {
     dev->lDeviceID = int(id);
     auto* control = new CVideoControl(dev->width, dev->height, dev->framerate);
     dev->m_pVideoControl = control;
@@ -108,6 +109,7 @@ void startController(CDevice* dev, long id, const StreamLayout& layout) {
     control->HasAudio(dev->a_mrl[0] != '\0');
     control->SetWnd(static_cast<unsigned long>(dev->VideoWnd));
     control->SetLinkOptions(kovo::linkOptionsOf(dev), dev->stream.session);
+    if (callbacksFrom) control->CopyCallbacksFrom(*callbacksFrom);
     control->StartThread();
 }
 
@@ -138,28 +140,20 @@ void StopDeviceStream(CDevice* device) {
     CVideoControl::Destroy(control);
 }
 
-long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStreamMode,
-                     int ConnectType, long lBufPoolSize) {
-    if (validateOpenArguments(lDeviceID, nChannel, lStreamType, lStreamMode, ConnectType,
-                              lBufPoolSize) != 0)
-        return kovo::failWith(KOVO_ERR_INVALID_ARG, -1);
-    DeviceHold hold(lDeviceID);
-    CDevice* dev = hold.get();
-    if (!dev) {
-        kovo::traceputs("Kovo_OpenStream tmpDev == NULL");
-        return kovo::failWith(KOVO_ERR_NO_DEVICE, -1);
-    }
-    // A stream still open on the device is stopped first, so its receive
-    // thread neither leaks nor competes for the replies below.
-    StopDeviceStream(dev);
-    DeviceLock lock(dev->callLock);
+namespace {
+
+// DESCRIBE, SETUP and PLAY on the device's stream connection and the
+// controller, under the device lock. *unusable: the failure leaves the
+// device without a usable stream connection (-125, -122).
+long openOnDevice(CDevice* dev, long id, int ConnectType, CVideoControl* callbacksFrom,
+                  bool* unusable) {
     CConnect* conn = &dev->stream;
     rtsp_schedule_field(conn, "Accept: application/sdp");
     rtsp_schedule_field(conn, kUserAgent);
     if (rtsp_request_describe(conn, nullptr) != 200) {
-        releaseDevice(hold, lock);
+        *unusable = true;
         KovoTrace("OpenStream[%d] request describe failed and return.\n", __LINE__);
-        return kovo::exchangeOutcome(-125);
+        return -125;
     }
     StreamLayout layout;
     layout.mjpeg = strstr(conn->mrl, "MJPEG") != nullptr;
@@ -178,7 +172,7 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
 
     const char* videoMrl = rtsp_get_video_mrl(conn);
     if (!videoMrl) {
-        releaseDevice(hold, lock);
+        *unusable = true;
         KovoTrace("OpenStream[%d] get video mrl failed.\n", __LINE__);
         return kovo::failWith(KOVO_ERR_PROTOCOL, -122);
     }
@@ -197,12 +191,47 @@ long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStrea
         if (setupAndPlay(dev, layout) != 200) {
             KovoTrace("OpenStream[%d] request play(TCP) video error and return,\t\t\t\ttmpDev->v_mrl=%s\r\n",
                       __LINE__, dev->v_mrl);
-            return kovo::exchangeOutcome(-123);
+            return -123;
         }
-        startController(dev, lDeviceID, layout);
+        startController(dev, id, layout, callbacksFrom);
     }
     KovoTrace("OpenStream Successfully:id=%d \r\n", dev->lDeviceID);
-    return kovo::exchangeOutcome(0);
+    return 0;
+}
+
+}  // namespace
+
+long ReopenDeviceStream(CDevice* dev, long id, CVideoControl* callbacksFrom) {
+    DeviceLock lock(dev->callLock);
+    bool unusable = false;
+    return openOnDevice(dev, id, dev->openConnectType, callbacksFrom, &unusable);
+}
+
+long Kovo_OpenStream(long lDeviceID, int nChannel, long lStreamType, long lStreamMode,
+                     int ConnectType, long lBufPoolSize) {
+    if (validateOpenArguments(lDeviceID, nChannel, lStreamType, lStreamMode, ConnectType,
+                              lBufPoolSize) != 0)
+        return kovo::failWith(KOVO_ERR_INVALID_ARG, -1);
+    DeviceHold hold(lDeviceID);
+    CDevice* dev = hold.get();
+    if (!dev) {
+        kovo::traceputs("Kovo_OpenStream tmpDev == NULL");
+        return kovo::failWith(KOVO_ERR_NO_DEVICE, -1);
+    }
+    // A stream still open on the device is stopped first, so its receive
+    // thread neither leaks nor competes for the replies below.
+    kovo::StopReconnect(dev);
+    StopDeviceStream(dev);
+    DeviceLock lock(dev->callLock);
+    if (dev->linkDown) return kovo::failWith(KOVO_ERR_CLOSED, -1);
+    bool unusable = false;
+    const long result = openOnDevice(dev, lDeviceID, ConnectType, nullptr, &unusable);
+    if (unusable) releaseDevice(hold, lock);
+    if (result == 0) {
+        dev->openConnectType = ConnectType;
+        kovo::SetStreamWanted(dev, ConnectType == CONNECT_TYPE_TCP);
+    }
+    return kovo::exchangeOutcome(result);
 }
 
 long Kovo_CloseStream(long lDeviceID) {
@@ -216,11 +245,13 @@ long Kovo_CloseStream(long lDeviceID) {
         kovo::traceputs("tmpDev == NULL\r");
         return kovo::failWith(KOVO_ERR_NO_DEVICE, -1);
     }
+    kovo::SetStreamWanted(dev, false);
+    kovo::StopReconnect(dev);
     Kovo_SetRealDataCallBack(lDeviceID, H264DATA_TYPE, nullptr, 0);
     DeviceLock lock(dev->callLock);
     CConnect* conn = &dev->stream;
     const int wait = conn->protocol == CONNECT_TYPE_TCP ? 0 : 1;
-    {
+    if (!dev->linkDown) {
         // The stream's receive thread may be sending a keep-alive.
         std::lock_guard<std::mutex> sendLock(dev->streamSendLock);
         if (dev->v_mrl[0]) rtsp_request_pause(conn, dev->v_mrl, wait);

@@ -8,4 +8,11 @@ struct CDevice;
 // traffic). Call before deleting a device that may still be streaming.
 void StopDeviceStream(CDevice* device);
 
+class CVideoControl;
+
+// Opens the stream again as the application last opened it, after the
+// device's links were replaced; callbacksFrom gives the callbacks. 0 or the
+// Kovo_OpenStream code.
+long ReopenDeviceStream(CDevice* device, long id, CVideoControl* callbacksFrom);
+
 #endif

@@ -84,6 +84,23 @@ void CVideoControl::SetFrameCallBack(fFrameCallBack cb, unsigned long user) {
     m_dwUserFrame = user;
 }
 
+void CVideoControl::CopyCallbacksFrom(CVideoControl& other) {
+    std::unique_lock<std::mutex> theirs(other.m_callbackLock, std::defer_lock);
+    std::unique_lock<std::mutex> ours(m_callbackLock, std::defer_lock);
+    std::lock(theirs, ours);
+    m_cbRealDataFunc = other.m_cbRealDataFunc;
+    m_ecbDataType = other.m_ecbDataType;
+    m_dwUser = other.m_dwUser;
+    m_cbRealDataFuncDecode = other.m_cbRealDataFuncDecode;
+    m_dwUserDecode = other.m_dwUserDecode;
+    m_cbMPEGFunc = other.m_cbMPEGFunc;
+    m_dwUserJPEG = other.m_dwUserJPEG;
+    m_cbAudio = other.m_cbAudio;
+    m_dwUserAudio = other.m_dwUserAudio;
+    m_cbAudioDecode = other.m_cbAudioDecode;
+    m_dwUserAudioDecode = other.m_dwUserAudioDecode;
+}
+
 // Each delivery reads its slot under the lock and calls outside it, so a
 // callback may itself call the setters.
 int CVideoControl::ProcessDataCallBack(unsigned char* data, unsigned long length, DATA_TYPE_E type,

@@ -64,6 +64,9 @@ public:
     int SetAudioCallBack(fAudioCallBack cb, unsigned long user);
     unsigned long SetAudioCallBackDecode(fAudioCallBackDecode cb, unsigned long user);
     void SetFrameCallBack(fFrameCallBack cb, unsigned long user);
+    // Takes over the media callbacks of another controller (a reopened
+    // stream); the frame callback comes from the device.
+    void CopyCallbacksFrom(CVideoControl& other);
     void GetStatistics(KOVO_STREAM_STATS& out) const { m_stats.read(out); }
 
     int ProcessDataCallBack(unsigned char* data, unsigned long length, DATA_TYPE_E type,

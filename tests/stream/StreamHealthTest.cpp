@@ -173,6 +173,49 @@ TEST_F(StreamHealth, KeepAliveHoldsTheSessionAndFramesStayExact) {
     EXPECT_EQ(events.count(KOVO_EVENT_KEEPALIVE_FAILED), 0u);
 }
 
+// A camera that resets its connections and comes back on the same port:
+// parameter calls fail at once meanwhile, the stream resumes under the same
+// id with its callbacks, and a close during the next wait returns at once.
+TEST_F(StreamHealth, ReconnectKeepsTheIdAndCloseStopsTheAttempts) {
+    open({0, 0, 0, 0, 1, 4000, 0});
+    uint16_t seq = 0;
+    for (uint32_t ts = 1; ts <= 4; ++ts) ASSERT_TRUE(cam.send(conn, keyFrame(seq, ts)));
+    ASSERT_TRUE(frames.waitFor(1));
+    cam.stopListening();
+    for (int c = 0; c < cam.connectionsAccepted(); ++c) cam.closeConnection(c, true);
+    Event first, second;
+    ASSERT_TRUE(events.waitFor(KOVO_EVENT_RECONNECTING, &first));
+    char text[256] = {};
+    int status = -1;
+    EXPECT_EQ(Kovo_GetNoiseReduction(id, 0, text), -2);
+    EXPECT_EQ(Kovo_GetLastError(&status), KOVO_ERR_CLOSED);
+    ASSERT_TRUE(events.waitFor(KOVO_EVENT_RECONNECTING, &second, 5s, 1));
+    EXPECT_EQ(first.detail, 1);
+    EXPECT_EQ(second.detail, 2);
+    EXPECT_GE(second.at - first.at, 900ms);  // the wait doubled from 500 ms
+
+    auto back = std::make_unique<FakeCamera>(cam.port());
+    back->onMethod("DESCRIBE", describeReply());
+    back->onMethod("GET_PARAMETER", Reply::ok({"NoiseReduction: 7"}));
+    ASSERT_TRUE(events.waitFor(KOVO_EVENT_RECONNECTED, nullptr, 10s));
+    EXPECT_EQ(FindDeviceByDeviceID(id) != nullptr, true);
+    EXPECT_EQ(Kovo_GetNoiseReduction(id, 0, text), 0);
+    EXPECT_STREQ(text, "7");
+    const size_t before = frames.frames().size();
+    for (uint32_t ts = 5; ts <= 8; ++ts) ASSERT_TRUE(back->send(streamConnection(*back), keyFrame(seq, ts)));
+    EXPECT_TRUE(frames.waitFor(before + 1));
+    EXPECT_TRUE(events.waitFor(KOVO_EVENT_STREAM_STARTED, nullptr, 5s, 1));
+
+    back.reset();  // gone again
+    ASSERT_TRUE(events.waitFor(KOVO_EVENT_RECONNECTING, nullptr, 5s, events.count(KOVO_EVENT_RECONNECTING)));
+    const auto start = Clock::now();
+    EXPECT_EQ(Kovo_CloseStream(id), 0);
+    EXPECT_LT(Clock::now() - start, 200ms);
+    const size_t attempts = events.count(KOVO_EVENT_RECONNECTING);
+    std::this_thread::sleep_for(1500ms);
+    EXPECT_EQ(events.count(KOVO_EVENT_RECONNECTING), attempts);
+}
+
 long residentKb() {
     std::ifstream in("/proc/self/status");
     for (std::string line; std::getline(in, line);)

@@ -193,7 +193,7 @@ struct FakeCamera::Connection {
 // ---------------------------------------------------------------------------
 // FakeCamera
 
-FakeCamera::FakeCamera() {
+FakeCamera::FakeCamera(uint16_t port) {
     if (::pipe2(wakePipe_, O_CLOEXEC) != 0) throw std::runtime_error("FakeCamera: pipe2 failed");
     listenFd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (listenFd_ < 0) throw std::runtime_error("FakeCamera: socket failed");
@@ -202,7 +202,7 @@ FakeCamera::FakeCamera() {
     sockaddr_in addr{};
     addr.sin_family = AF_INET;
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = 0;
+    addr.sin_port = htons(port);
     socklen_t len = sizeof addr;
     if (::bind(listenFd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 || ::listen(listenFd_, 64) != 0 ||
         ::getsockname(listenFd_, reinterpret_cast<sockaddr*>(&addr), &len) != 0) {

@@ -71,7 +71,8 @@ class FakeCamera {
 public:
     using Handler = std::function<Reply(const Request&)>;
 
-    FakeCamera();   // binds 127.0.0.1:0 and starts the accept thread
+    // Binds 127.0.0.1 at port (0: an ephemeral one) and starts the accept thread.
+    explicit FakeCamera(uint16_t port = 0);
     ~FakeCamera();  // closes every connection and joins every thread
     FakeCamera(const FakeCamera&) = delete;
     FakeCamera& operator=(const FakeCamera&) = delete;
