@@ -95,12 +95,18 @@ struct Stream {
     int connection = -1;
 };
 
-Stream openStream(FakeCamera& cam, bool standard = false) {
+// The field layer switched on: stall detection and a keep-alive every second.
+const KOVO_LINK_OPTIONS kHealthOn = {0, 0, 5000, 1, 0, 0, 0};
+const KOVO_LINK_OPTIONS kHealthOff = {};
+// For idle streams: a keep-alive every 5 s (a camera with a 10 s session time-out).
+const KOVO_LINK_OPTIONS kIdleHealthOn = {0, 0, 5000, 5, 0, 0, 0};
+
+Stream openStream(FakeCamera& cam, bool standard = false, const KOVO_LINK_OPTIONS& link = kHealthOff) {
     StdoutCapture quiet;
     Stream s;
     s.id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
     const KOVO_STREAM_OPTIONS options{standard ? 1 : 0};
-    if (s.id <= 0 || Kovo_SetStreamOptions(s.id, &options) != 0 ||
+    if (s.id <= 0 || Kovo_SetStreamOptions(s.id, &options) != 0 || Kovo_SetLinkOptions(s.id, &link) != 0 ||
         Kovo_OpenStream(s.id, 0, 0, 0, CONNECT_TYPE_TCP, 0) != 0)
         return {};
     auto plays = cam.requests("PLAY");
@@ -133,10 +139,10 @@ public:
     static constexpr uint32_t kGopFrames = 30;
 
     // One GOP of 30: a 250 KB key frame and 29 P frames of 60 KB.
-    bool open(size_t packet, bool standard) {
+    bool open(size_t packet, bool standard, const KOVO_LINK_OPTIONS& link = kHealthOff) {
         cam_.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, kSdp));
         const auto before = threadIds();
-        stream_ = openStream(cam_, standard);
+        stream_ = openStream(cam_, standard, link);
         if (stream_.id <= 0) return false;
         for (int id : threadIds())
             if (!before.count(id)) threads_.insert(id);
@@ -192,18 +198,15 @@ void BM_PipelineThroughput(benchmark::State& state) {
 }
 BENCHMARK(BM_PipelineThroughput)->Arg(1400)->Arg(8000)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
 
-// (1b) The same stream under the native and the standards rules, taking
-// turns in each iteration: the ratios compare the two in the same run.
-void BM_ReceiveRulesThroughput(benchmark::State& state) {
-    ThroughputStream native, standard;
-    if (!native.open(size_t(state.range(0)), false) || !standard.open(size_t(state.range(0)), true))
-        return state.SkipWithError("stream did not deliver");
+// Two streams fed the same GOPs taking turns in each iteration, so that the
+// ratios compare them in the same run; names label the counters.
+void takeTurns(benchmark::State& state, ThroughputStream* streams[2], const char* const names[2]) {
     const int gops = 50;
     double cpu[2] = {0, 0}, wall[2] = {0, 0};
     for (auto _ : state) {
         for (int mode = 0; mode < 2; ++mode) {
             double seconds = 0, used = 0, wireBytes = 0;
-            if (!(mode ? standard : native).run(gops, &seconds, &used, &wireBytes))
+            if (!streams[mode]->run(gops, &seconds, &used, &wireBytes))
                 return state.SkipWithError("frames were lost");
             cpu[mode] += used / (wireBytes / 1e8);
             wall[mode] += wireBytes / seconds / 1e6;
@@ -211,13 +214,36 @@ void BM_ReceiveRulesThroughput(benchmark::State& state) {
         state.SetIterationTime(1);
     }
     const double n = double(state.iterations());
-    state.counters["native_MB/s"] = wall[0] / n;
-    state.counters["standard_MB/s"] = wall[1] / n;
-    state.counters["native_cpu_s_per_100MB"] = cpu[0] / n;
-    state.counters["standard_cpu_s_per_100MB"] = cpu[1] / n;
-    state.counters["standard_to_native_cpu"] = cpu[1] / cpu[0];
+    for (int mode = 0; mode < 2; ++mode) {
+        state.counters[std::string(names[mode]) + "_MB/s"] = wall[mode] / n;
+        state.counters[std::string(names[mode]) + "_cpu_s_per_100MB"] = cpu[mode] / n;
+    }
+    state.counters[std::string(names[1]) + "_to_" + names[0] + "_cpu"] = cpu[1] / cpu[0];
+    state.counters[std::string(names[1]) + "_to_" + names[0] + "_MB/s"] = wall[1] / wall[0];
+}
+
+// (1b) The same stream under the native and the standards rules.
+void BM_ReceiveRulesThroughput(benchmark::State& state) {
+    ThroughputStream native, standard;
+    if (!native.open(size_t(state.range(0)), false) || !standard.open(size_t(state.range(0)), true))
+        return state.SkipWithError("stream did not deliver");
+    ThroughputStream* streams[2] = {&native, &standard};
+    const char* const names[2] = {"native", "standard"};
+    takeTurns(state, streams, names);
 }
 BENCHMARK(BM_ReceiveRulesThroughput)->Arg(1400)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+
+// (1c) The cost of the field layer: a stream with stall detection and a
+// keep-alive every second against one without.
+void BM_FieldLayerThroughput(benchmark::State& state) {
+    ThroughputStream off, on;
+    if (!off.open(size_t(state.range(0)), false) || !on.open(size_t(state.range(0)), false, kHealthOn))
+        return state.SkipWithError("stream did not deliver");
+    ThroughputStream* streams[2] = {&off, &on};
+    const char* const names[2] = {"off", "on"};
+    takeTurns(state, streams, names);
+}
+BENCHMARK(BM_FieldLayerThroughput)->Arg(1400)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 
 // (1c) Time from the last packet of the first key frame after PLAY to the
 // first frame the application gets, at 30 frames/s with a key frame a second.
@@ -322,6 +348,7 @@ void BM_IdleStreams(benchmark::State& state) {
     limit.rlim_cur = limit.rlim_max;
     setrlimit(RLIMIT_NOFILE, &limit);
     const int count = int(state.range(0));
+    const KOVO_LINK_OPTIONS& link = state.range(1) ? kIdleHealthOn : kHealthOff;
     FakeCamera cam;
     cam.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, kSdp));
     std::vector<Stream> logins;
@@ -334,7 +361,8 @@ void BM_IdleStreams(benchmark::State& state) {
     {
         StdoutCapture quiet;
         for (Stream& s : logins)
-            if (Kovo_OpenStream(s.id, 0, 0, 0, CONNECT_TYPE_TCP, 0) != 0) return state.SkipWithError("open failed");
+            if (Kovo_SetLinkOptions(s.id, &link) != 0 || Kovo_OpenStream(s.id, 0, 0, 0, CONNECT_TYPE_TCP, 0) != 0)
+                return state.SkipWithError("open failed");
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     const long rssAfter = residentKb();
@@ -346,7 +374,7 @@ void BM_IdleStreams(benchmark::State& state) {
         rusage usageStart;
         getrusage(RUSAGE_SELF, &usageStart);
         const auto start = Clock::now();
-        std::this_thread::sleep_for(std::chrono::seconds(5));
+        std::this_thread::sleep_for(std::chrono::seconds(10));
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
         rusage usageEnd;
         getrusage(RUSAGE_SELF, &usageEnd);
@@ -366,7 +394,8 @@ void BM_IdleStreams(benchmark::State& state) {
         Kovo_Logout(s.id);
     }
 }
-BENCHMARK(BM_IdleStreams)->Arg(200)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+// Second argument 1: stall detection and a keep-alive every 5 s on.
+BENCHMARK(BM_IdleStreams)->Args({200, 0})->Args({200, 1})->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
