@@ -59,7 +59,7 @@ void listOne(const Setting& setting, bool json, bool first) {
     std::fprintf(o, "\n");
     const int width = static_cast<int>(widest(setting.record));
     for (const FieldDesc& field : setting.record)
-        std::fprintf(o, "    %-*s  %-10s%s%s\n", width, field.name, typeName(field), *roleNote(field) ? " " : "",
+        std::fprintf(o, "    %-*s  %-*s%s\n", width, field.name, *roleNote(field) ? 11 : 0, typeName(field),
                      roleNote(field));
 }
 
