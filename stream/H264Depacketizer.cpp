@@ -18,6 +18,8 @@ constexpr int kIdr = 5;
 constexpr int kSps = 7;
 constexpr int kStapA = 24;
 constexpr int kFuA = 28;
+// Frame storage kept between frames; a key frame's larger storage is given back.
+constexpr uint32_t kKeptFrameStorage = 32 * 1024;
 
 uint32_t readLengthPrefix(const CBuffer* recv) {
     uint32_t length = 0;
@@ -81,6 +83,7 @@ void H264Depacketizer::deliverNative(unsigned int timestamp) {
     else
         m_sink->onFrameDropped(H264DATA_TYPE);
     evbuffer_drain(m_frame, length);
+    evbuffer_trim(m_frame, kKeptFrameStorage);
 }
 
 bool H264Depacketizer::appendToFrame(CBuffer* frame, const void* data, uint32_t length) {
@@ -285,6 +288,7 @@ void H264Depacketizer::finishFrame() {
         m_sink->onFrameDropped(H264DATA_TYPE);
     }
     evbuffer_drain(m_frame, m_frame->off);
+    evbuffer_trim(m_frame, kKeptFrameStorage);
     m_frameOpen = m_frameHasSlice = m_frameHasIdr = m_frameHasSps = false;
     m_frameBroken = m_fragmentOpen = false;
 }

@@ -95,6 +95,7 @@ void CVideoControl::AssembleChunk(const char* data, uint32_t length) {
         HandleAVTempBuffer();
     else
         HandleTempBuffer();
+    evbuffer_trim(m_pVTempEvbuffer, kKeptTempStorage);
 }
 
 void CVideoControl::HandleTempBuffer() { DeinterleaveVideo(m_pVTempEvbuffer, *this, m_StartProcessData); }

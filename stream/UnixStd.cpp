@@ -50,6 +50,21 @@ int evbuffer_expand(CBuffer* buf, size_t datlen) {
     return 0;
 }
 
+void evbuffer_trim(CBuffer* buf, uint32_t keep) {
+    if (buf->totallen <= keep || buf->off > keep / 2) return;
+    if (buf->off == 0) {
+        free(buf->orig_buffer);
+        buf->orig_buffer = buf->buffer = nullptr;
+        buf->totallen = buf->misalign = 0;
+        return;
+    }
+    evbuffer_align(buf);
+    void* smaller = realloc(buf->orig_buffer, keep);
+    if (!smaller) return;  // keeping the larger storage is harmless
+    buf->orig_buffer = buf->buffer = static_cast<uint8_t*>(smaller);
+    buf->totallen = keep;
+}
+
 int evbuffer_addx(CBuffer* buf, const void* data, size_t datlen, int notify) {
     uint32_t old = buf->off;
     if (uint64_t(buf->totallen) < uint64_t(buf->misalign) + buf->off + datlen) {

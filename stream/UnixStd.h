@@ -32,5 +32,9 @@ KOVO_API int evbuffer_addx(CBuffer* buf, const void* data, size_t datlen, int no
 KOVO_API void evbuffer_drain(CBuffer* buf, size_t len);
 KOVO_API int evbuffer_remove(CBuffer* buf, void* data, size_t datlen);
 KOVO_API void evbuffer_align(CBuffer* buf);
+// Gives back storage grown past keep bytes for something large (a key
+// frame) once what is held fits in keep again, so that many streams do not
+// each hold their largest frame's worth.
+void evbuffer_trim(CBuffer* buf, uint32_t keep);
 
 #endif

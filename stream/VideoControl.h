@@ -32,6 +32,9 @@ public:
     // short receive poll remains for when no wake-up descriptor is available.
     static constexpr int kIdleWaitMs = 5000;
     static constexpr int kRecvWaitMs = 20;
+    // Storage of the temporary buffer kept between chunks; a key frame's
+    // larger storage is given back.
+    static constexpr uint32_t kKeptTempStorage = 32 * 1024;
 
     CVideoControl(int width, int height, int frameRate);
     ~CVideoControl();
