@@ -272,7 +272,9 @@ TEST_F(StreamHealth, SlowCallbackKeepsTheQueueBoundedAndFramesWhole) {
     sending = false;
     sampler.join();
     RecordProperty("rss_growth_kb", int(peak - baseline));
+#ifndef __SANITIZE_ADDRESS__  // the sanitizer keeps freed blocks in quarantine: resident size says nothing there
     EXPECT_LT(peak - baseline, (1 + 16) * 1024) << "kB";
+#endif
     const auto got = slow.frames();
     ASSERT_GE(got.size(), 5u);
     EXPECT_LT(got.size(), 100u);
