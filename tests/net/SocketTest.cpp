@@ -17,8 +17,11 @@
 #include "net/Socket.h"
 #include "sdk/Device.h"
 #include "support/FakeCamera.h"
+#include "support/Scratch.h"
 
 namespace {
+
+using namespace kovo::test;
 
 char kLoopback[] = "127.0.0.1";
 
@@ -29,34 +32,6 @@ bool eventually(const std::function<bool()>& condition) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;
-}
-
-sockaddr_in loopback(uint16_t port) {
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(port);
-    return addr;
-}
-
-int connectTo(uint16_t port) {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr = loopback(port);
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) return fd;
-    ::close(fd);
-    return -1;
-}
-
-// A plain listener on a free loopback port.
-int listenOn(uint16_t& port) {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr = loopback(0);
-    socklen_t len = sizeof addr;
-    ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
-    ::listen(fd, 5);
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
-    port = ntohs(addr.sin_port);
-    return fd;
 }
 
 // Reads until `size` bytes came or nothing more arrives within `ms`.
@@ -90,7 +65,7 @@ std::string pattern(size_t size) {
 
 TEST(CSocket, OutgoingSendTakesAtMostOnePacketOf4096BytesAndCloseEndsItsRead) {
     uint16_t port = 0;
-    int listener = listenOn(port);
+    int listener = bindLoopback(port);
     {
         CSocket client(true);
         int sock = client.OpenClient(kLoopback, port);
@@ -111,7 +86,7 @@ TEST(CSocket, OutgoingSendTakesAtMostOnePacketOf4096BytesAndCloseEndsItsRead) {
 
 TEST(CSocket, OpenClientToAClosedPortRecordsMinusOne) {
     uint16_t port = 0;
-    ::close(listenOn(port));
+    ::close(bindLoopback(port));
     CSocket client(true);
     EXPECT_EQ(client.OpenClient(kLoopback, port), -1);
     EXPECT_EQ(client.m_mapServersList.count(-1), 1u);
@@ -125,7 +100,7 @@ TEST(CSocket, AcceptedConnectionGetsKeepAliveAndCanBeSentTo) {
     CSocket second(true);
     EXPECT_FALSE(second.OpenServer(server.m_nListenPort));  // port in use
     EXPECT_EQ(second.m_nListenSocket, -1);
-    int peer = connectTo(server.m_nListenPort);
+    int peer = connectLoopback(server.m_nListenPort);
     ASSERT_TRUE(eventually([&] { return server.GetConnectionsCount() == 1; }));
     int sock = onlyAccepted(server);
     const struct {
@@ -166,11 +141,11 @@ TEST(CSocket, PeerLeavingIsReportedWithTheRemainingCount) {
         kovo::test::StdoutCapture capture;
         auto server = std::make_unique<CSocket>(true);
         ASSERT_TRUE(server->OpenServer(0));
-        int leaving = connectTo(server->m_nListenPort);
+        int leaving = connectLoopback(server->m_nListenPort);
         ASSERT_TRUE(eventually([&] { return server->GetConnectionsCount() == 1; }));
         int id = onlyAccepted(*server);
         RegisterDevice(id, &device);
-        int staying[2] = {connectTo(server->m_nListenPort), connectTo(server->m_nListenPort)};
+        int staying[2] = {connectLoopback(server->m_nListenPort), connectLoopback(server->m_nListenPort)};
         ASSERT_TRUE(eventually([&] { return server->GetConnectionsCount() == 3; }));
 
         // Several reads' worth first: the read must keep re-arming.
@@ -203,11 +178,11 @@ TEST(CSocket, CloseLeavesAcceptedConnectionsToTheDestructor) {
         CSocket server(true);
         ASSERT_TRUE(server.OpenServer(0));
         uint16_t port = server.m_nListenPort;
-        peers = {connectTo(port), connectTo(port)};
+        peers = {connectLoopback(port), connectLoopback(port)};
         ASSERT_TRUE(eventually([&] { return server.GetConnectionsCount() == 2; }));
         EXPECT_TRUE(server.Close());
         EXPECT_EQ(server.m_nListenSocket, -1);
-        EXPECT_EQ(connectTo(port), -1);
+        EXPECT_EQ(connectLoopback(port), -1);
         EXPECT_EQ(server.GetConnectionsCount(), 2);
         // Reads are still outstanding and keep working after Close.
         ASSERT_EQ(::send(peers[0], "data", 4, MSG_NOSIGNAL), 4);

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "support/FakeCamera.h"
+#include "support/Scratch.h"
 
 using namespace kovo::test;
 
@@ -15,12 +16,8 @@ TEST(FakeCamera, Smoke) {
     FakeCamera cam;
     cam.onMethod("OPTIONS", Reply::ok({"Public: OPTIONS"}));
     cam.queue("OPTIONS", Reply::status_(404, "Not Found"));
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(cam.port());
-    ASSERT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+    const int fd = connectLoopback(cam.port());
+    ASSERT_GE(fd, 0);
     const std::string request = "OPTIONS rtsp://127.0.0.1/x RTSP/1.0\r\nCSeq: 1\r\nUser-Agent: t\r\n\r\n";
     const std::string second = "OPTIONS rtsp://127.0.0.1/x RTSP/1.0\r\nCSeq: 2\r\n\r\n";
     ASSERT_EQ(::send(fd, (request + second).data(), request.size() + second.size(), MSG_NOSIGNAL),

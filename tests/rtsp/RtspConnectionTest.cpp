@@ -96,11 +96,12 @@ TEST(RtspUrl, ProxyTakesThePortArgumentAndKeepsTheUrl) {
 
 TEST_F(RtspConnection, DeviceNumbersTheRequestsAndSetsTheSession) {
     connectTo();
-    Reply reply = Reply::ok({"CSeq: 7", "Session: 4F3A;timeout=60"});
+    Reply reply = Reply::ok({"CSeq: 7", "Session: 11", "Session: 4F3A;timeout=60", "Server: Kovo/1.0 (cam)"});
     reply.echoCSeq = false;
     cam.queue("GET_PARAMETER", reply);
     rtsp_schedule_field(&conn, "Brightness");
     EXPECT_EQ(rtsp_request_getparameter(&conn, "rtsp://127.0.0.1"), 200);
+    EXPECT_STREQ(conn.server, "Kovo/1.0");
     EXPECT_EQ(rtsp_request_setparameter(&conn, nullptr), 200);
 
     const auto requests = cam.requests();

@@ -34,18 +34,6 @@ TEST(RtspGetLine, ReturnsOnlyLinesEndingInCrLf) {
     EXPECT_EQ(rtsp_get_line(&cursor), nullptr);
 }
 
-TEST(RtspAnswers, DeviceSetsTheSequenceNumberAndSession) {
-    CConnect conn;
-    conn.cseq = 3;
-    EXPECT_EQ(parse(conn, "RTSP/1.0 200 OK\r\nCSeq: 7\r\nSession: 11\r\nSession: 4F3A;timeout=60\r\n"
-                          "Server: Kovo/1.0 (cam)\r\n\r\n"),
-              200);
-    EXPECT_EQ(conn.cseq, 8u);
-    EXPECT_STREQ(conn.session, "4F3A;timeout=60");
-    EXPECT_STREQ(conn.server, "Kovo/1.0");
-    EXPECT_EQ(scheduled(conn), (std::vector<std::string>{"CSeq: 8", "Session: 4F3A;timeout=60"}));
-}
-
 TEST(RtspAnswers, ReplyWithoutEndOfHeaderReadsAsNoReply) {
     CConnect conn;
     conn.cseq = 2;

@@ -35,18 +35,12 @@ TEST(Login, DirectLoginSendsOneOptionsOnEachConnection) {
         EXPECT_EQ(requests[i].requestLine, "OPTIONS rtsp://127.0.0.1 RTSP/1.0");
         EXPECT_EQ(requests[i].lines, (std::vector<std::string>{"CSeq: 1", kAgent}));
     }
-    EXPECT_EQ(requests[0].raw, "OPTIONS rtsp://127.0.0.1 RTSP/1.0\r\nCSeq: 1\r\n" + kAgent + "\r\n\r\n");
     const std::string connectLine =
         "try to connect 127.0.0.1:" + std::to_string(cam.port()) + "==proxy:(null)==\r\n==SDK_VERSION:2.1.2==\r\n";
     EXPECT_NE(traces.find(connectLine), std::string::npos) << traces;
 
     CDevice* device = FindDeviceByDeviceID(id);
     ASSERT_NE(device, nullptr);
-    EXPECT_EQ(device->stream.s, id);
-    EXPECT_STREQ(device->stream.pszServerUrl, "127.0.0.1");
-    EXPECT_EQ(device->stream.nServerPort, cam.port());
-    EXPECT_EQ(device->stream.protocol, CONNECT_TYPE_NONE);
-    EXPECT_EQ(device->stream.cseq, 2u);
     EXPECT_EQ(FindDeviceByIPPort("127.0.0.1", cam.port()), device);
     EXPECT_EQ(FindDeviceByIPPort("127.000.0.1", cam.port()), nullptr);
 
@@ -66,13 +60,12 @@ TEST(Login, ProxiedLoginAnnouncesBothChannelsAndBindsControl) {
 
     EXPECT_EQ(requests[0].requestLine, "OPTIONS rtsp://10.0.0.5:8554 RTSP/1.0");
     EXPECT_EQ(requests[1].requestLine, "OPTIONS rtsp://10.0.0.5:8554/Ctrl RTSP/1.0");
-    EXPECT_EQ(requests[0].header("ChannelDescript"), "Stream");
-    EXPECT_EQ(requests[1].header("ChannelDescript"), "Control");
     const std::string appId = requests[0].header("ApplicationID");
     EXPECT_TRUE(std::regex_match(appId, std::regex("[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}")));
-    EXPECT_EQ(requests[1].header("ApplicationID"), appId);
-    EXPECT_EQ(requests[0].lines, (std::vector<std::string>{"CSeq: 1", kAgent, "ChannelDescript: Stream",
-                                                           "ApplicationID: " + appId}));
+    for (int i : {0, 1})
+        EXPECT_EQ(requests[i].lines, (std::vector<std::string>{"CSeq: 1", kAgent, i ? "ChannelDescript: Control"
+                                                                                     : "ChannelDescript: Stream",
+                                                               "ApplicationID: " + appId}));
 
     EXPECT_EQ(requests[2].connection, 1);
     EXPECT_EQ(requests[2].requestLine, "SETUP 10.0.0.5:8554/Ctrl RTSP/1.0");

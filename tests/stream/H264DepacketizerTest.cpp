@@ -46,9 +46,6 @@ struct Assembler {
     int pushNal(bool marker, const std::string& payload, uint32_t ts = 9000) {
         return push(rtpPacket(96, marker, 1, ts, payload));
     }
-    int pushFuA(uint8_t indicator, uint8_t fuHeader, const std::string& body, bool marker = false) {
-        return pushNal(marker, std::string{char(indicator), char(fuHeader)} + body, 0);
-    }
     std::string takeFrame() {
         std::string out(reinterpret_cast<char*>(frame->buffer), frame->off);
         evbuffer_drain(frame, frame->off);

@@ -15,41 +15,9 @@
 #include <vector>
 
 #include "support/FakeCamera.h"
+#include "support/Scratch.h"
 
 namespace kovo::test::media {
-
-inline bool haveTool(const std::string& name) {
-    return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-inline bool run(const std::string& command) { return std::system(command.c_str()) == 0; }
-
-inline std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream data;
-    data << in.rdbuf();
-    return data.str();
-}
-
-inline void writeFile(const std::string& path, const std::string& data) {
-    std::ofstream(path, std::ios::binary) << data;
-}
-
-class TempDir {
-public:
-    TempDir() {
-        char pattern[] = "/tmp/kovo-media-XXXXXX";
-        if (::mkdtemp(pattern)) path_ = pattern;
-    }
-    ~TempDir() {
-        if (!path_.empty()) run("rm -rf '" + path_ + "'");
-    }
-    const std::string& path() const { return path_; }
-    std::string file(const std::string& name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
 
 // What an RTP/JPEG sender needs from a baseline, 3-component JPEG file.
 struct JpegPicture {

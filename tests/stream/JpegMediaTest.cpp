@@ -12,6 +12,7 @@
 namespace kovo {
 namespace {
 
+using namespace test;
 using namespace test::media;
 
 struct Source {

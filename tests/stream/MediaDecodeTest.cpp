@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -124,43 +125,16 @@ void decodeH264(FakeCamera& cam, TempDir& dir) {
 
 // ---- Motion-JPEG with AAC ------------------------------------------------------
 
+// The priming traffic: one-packet JPEG frames ending in this scan, one-byte AAC units.
 const std::string kPrimeScan = "prime";
-
-// What the application's callbacks received, minus the priming traffic.
-struct Received {
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::vector<std::string> jpegs, audio;
-    int primeJpegs = 0, primeAudio = 0, rawFrames = 0;
-    long streamId = 0;
-    bool wrongArguments = false;
-
-    template <DATA_TYPE_E kType>
-    static void onMedia(long id, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
-        auto* self = reinterpret_cast<Received*>(user);
-        const std::string frame(reinterpret_cast<char*>(data), length);
-        const bool audio = kType == AACDATA_TYPE;
-        const bool prime = audio ? length == 8  // the one-byte priming unit
-                                 : length > 7 && frame.compare(length - 7, 5, kPrimeScan) == 0;
-        std::lock_guard<std::mutex> lock(self->mutex);
-        self->wrongArguments |= id != self->streamId || type != kType;
-        if (prime)
-            ++(audio ? self->primeAudio : self->primeJpegs);
-        else
-            (audio ? self->audio : self->jpegs).push_back(frame);
-        self->changed.notify_all();
-    }
-    static void onRaw(DATA_TYPE_E, FRAME_TYPE_E, unsigned char*, unsigned long, unsigned long user) {
-        auto* self = reinterpret_cast<Received*>(user);
-        std::lock_guard<std::mutex> lock(self->mutex);
-        ++self->rawFrames;
-    }
-    template <typename Pred>
-    bool waitFor(Pred done, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
-        std::unique_lock<std::mutex> lock(mutex);
-        return changed.wait_for(lock, timeout, [&] { return done(*this); });
-    }
-};
+bool isPrime(const test::FrameSink::Frame& f) {
+    const size_t n = f.bytes.size();
+    return f.dataType == AACDATA_TYPE ? n == 8 : n > 7 && f.bytes.compare(n - 7, 5, kPrimeScan) == 0;
+}
+size_t countOf(const std::vector<test::FrameSink::Frame>& frames, int type, bool prime) {
+    return std::count_if(frames.begin(), frames.end(),
+                         [&](const test::FrameSink::Frame& f) { return f.dataType == type && isPrime(f) == prime; });
+}
 
 void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
     if (!haveTool("djpeg")) GTEST_SKIP() << "djpeg is needed";
@@ -174,17 +148,15 @@ void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
                             "a=x-framerate:10\r\na=control:trackID=1\r\nm=audio 0 RTP/AVP 97\r\n"
                             "a=rtpmap:97 mpeg4-generic/48000/2\r\na=control:trackID=2\r\n";
     cam.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, sdp));
-    Received got;
+    test::FrameSink got;
     StdoutCapture traces;
     // The stream is Motion-JPEG because its URL names it.
     const long id = Kovo_Login("127.0.0.1/MJPEG", cam.port(), nullptr);
     ASSERT_GT(id, 0);
     ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
-    got.streamId = id;
-    const auto user = reinterpret_cast<unsigned long>(&got);
-    ASSERT_EQ(Kovo_SetMJPEGCallBack(id, &Received::onMedia<MJPEGDATA_TYPE>, user), 0);
-    ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, &Received::onRaw, user), 0);
-    ASSERT_EQ(Kovo_SetAudioCallBack(id, &Received::onMedia<AACDATA_TYPE>, user), 0);
+    ASSERT_EQ(Kovo_SetMJPEGCallBack(id, test::FrameSink::onMedia, got.user()), 0);
+    ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, test::FrameSink::onRealData, got.user()), 0);
+    ASSERT_EQ(Kovo_SetAudioCallBack(id, test::FrameSink::onMedia, got.user()), 0);
     const int connection = cam.requests("DESCRIBE").at(0).connection;
     // The pipeline delivers only after its first packets (and the process drops
     // its first JPEG frame): one-packet frames until both media come through.
@@ -194,8 +166,9 @@ void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
         const std::string payload = std::string("\0\0\0\0\x01\x32\x02\x02", 8) + kPrimeScan;
         ASSERT_TRUE(cam.send(connection, interleave(2, rtpPacket(26, true, seq++, 0, payload)) +
                                              interleave(0, aacPacket("p", seq++, 0))));
-        primed = got.waitFor([](Received& r) { return r.primeJpegs > 0 && r.primeAudio > 0; },
-                             std::chrono::milliseconds(25));
+        primed = got.waitUntil(
+            [](const auto& f) { return countOf(f, MJPEGDATA_TYPE, true) && countOf(f, AACDATA_TYPE, true); },
+            std::chrono::milliseconds(25));
     }
     ASSERT_TRUE(primed) << "the stream never delivered";
     EXPECT_NE(traces.text().find("printf drain first frame "), std::string::npos);
@@ -215,20 +188,27 @@ void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
             bytes.clear();
         }
     }
-    EXPECT_TRUE(got.waitFor([&](Received& r) { return r.jpegs.size() >= clip.size() && r.audio.size() >= units.size(); }));
+    EXPECT_TRUE(got.waitUntil([&](const auto& f) {
+        return countOf(f, MJPEGDATA_TYPE, false) >= clip.size() && countOf(f, AACDATA_TYPE, false) >= units.size();
+    }));
     Kovo_CloseStream(id);
     Kovo_Logout(id);
-    std::lock_guard<std::mutex> lock(got.mutex);
-    EXPECT_FALSE(got.wrongArguments);
-    EXPECT_EQ(got.rawFrames, 0);
-    ASSERT_EQ(got.jpegs.size(), clip.size());
+    std::vector<std::string> jpegs;
+    std::string adts;
+    for (const test::FrameSink::Frame& f : got.frames()) {
+        EXPECT_TRUE(f.dataType != H264DATA_TYPE && f.frameType == id) << "Motion-JPEG and audio of this stream only";
+        if (isPrime(f)) continue;
+        if (f.dataType == MJPEGDATA_TYPE)
+            jpegs.push_back(f.bytes);
+        else
+            adts += f.bytes;
+    }
+    ASSERT_EQ(jpegs.size(), clip.size());
     for (size_t i = 0; i < clip.size(); ++i) {
         const std::string expected = decodeJpeg(dir, clip[i], "source");
         ASSERT_FALSE(expected.empty());
-        EXPECT_TRUE(decodeJpeg(dir, got.jpegs[i], "received") == expected) << "frame " << i << " differs";
+        EXPECT_TRUE(decodeJpeg(dir, jpegs[i], "received") == expected) << "frame " << i << " differs";
     }
-    std::string adts;
-    for (const std::string& frame : got.audio) adts += frame;
     EXPECT_EQ(splitAdts(adts), units);
     const std::string expected = decodeAac(dir, track, "source");
     ASSERT_FALSE(expected.empty());
@@ -250,16 +230,10 @@ std::vector<std::string> readFramedPackets(const std::string& data) {
 
 // Datagrams an ffmpeg RTP output sends to a loopback port while it runs.
 std::vector<std::string> captureRtp(const std::string& ffmpegArgs, const std::string& sdpFile) {
-    int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    uint16_t port = 0;
+    const int fd = bindLoopback(port, SOCK_DGRAM);
     int size = 8 << 20;
     setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof addr;
-    bind(fd, reinterpret_cast<sockaddr*>(&addr), len);
-    getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
-    const int port = ntohs(addr.sin_port);
     run("ffmpeg -v error -y " + ffmpegArgs + " -f rtp -sdp_file '" + sdpFile + "' 'rtp://127.0.0.1:" +
         std::to_string(port) + "?rtcpport=" + std::to_string(port + 1) + "'");
     timeval wait{0, 200000};

@@ -14,14 +14,11 @@ namespace {
 using kovo::test::StdoutCapture;
 
 TEST(RtpSocket, TcpCreationFailuresReturnTheirCodes) {
-    StdoutCapture out;
+    StdoutCapture quiet;
     int fd = -7;
     EXPECT_EQ(rtp_create_tcp(nullptr, 80, &fd), -1);
     EXPECT_EQ(fd, -7);
     EXPECT_EQ(rtp_create_tcp("no-such-host.invalid", 80, &fd), -3);
-    EXPECT_EQ(out.text(),
-              "rtp_create_tcp[117] input invalid.\n\r\n"
-              "rtp_create_tcp[137] get gethostbyaddr failed no-such-host.invalid.\n\r\n");
 }
 
 TEST(RtpSocket, UdpSocketsExchangeDatagrams) {
@@ -52,23 +49,10 @@ TEST(RtpSocket, RecvClosesTheSocketWhenThePeerHasGone) {
     char buf[8];
     EXPECT_EQ(rtp_recv(pair[0], buf, sizeof buf), 3);
     close(pair[1]);
-    StdoutCapture out;
+    StdoutCapture quiet;
     EXPECT_EQ(rtp_recv(pair[0], buf, sizeof buf), -1);
-    EXPECT_EQ(out.text().rfind("rtp.cpp:90, connection close:", 0), 0u);
     EXPECT_EQ(fcntl(pair[0], F_GETFD), -1);  // descriptor no longer valid
     EXPECT_EQ(rtp_send(pair[0], "x", 1), -1);
-}
-
-TEST(RtpSocket, ViewSizeRequestIsSixLines) {
-    char text[5120];
-    rtp_build_3510_request(text, sizeof text);
-    EXPECT_EQ(std::string(text),
-              "GET /cgi-bin/H4ViewImageSize=720x288 HTTP/1.1\r\n"
-              "Host:\r\n"
-              "Accept:*/*\r\n"
-              "User-Agent:Mozilla/4.0 (compatible; MSIE 5.00; Windows 98)\r\n"
-              "Connection:Keep-Alive\r\n"
-              "\r\n");
 }
 
 }  // namespace

@@ -47,6 +47,10 @@ public:
         reinterpret_cast<FrameSink*>(user)->add(
             {type, frameType, std::string(reinterpret_cast<char*>(data), length)});
     }
+    // The Motion-JPEG and audio callbacks: the stream id goes in as the frame type.
+    static void onMedia(long id, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
+        reinterpret_cast<FrameSink*>(user)->add({type, int(id), std::string(reinterpret_cast<char*>(data), length)});
+    }
     unsigned long user() { return reinterpret_cast<unsigned long>(this); }
 
     void add(Frame f) {
@@ -55,8 +59,12 @@ public:
         arrived_.notify_all();
     }
     bool waitFor(size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
+        return waitUntil([count](const std::vector<Frame>& frames) { return frames.size() >= count; }, timeout);
+    }
+    template <typename Done>
+    bool waitUntil(Done done, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
         std::unique_lock<std::mutex> lock(mutex_);
-        return arrived_.wait_for(lock, timeout, [&] { return frames_.size() >= count; });
+        return arrived_.wait_for(lock, timeout, [&] { return done(frames_); });
     }
     std::vector<Frame> frames() {
         std::lock_guard<std::mutex> lock(mutex_);

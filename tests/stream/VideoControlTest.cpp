@@ -10,6 +10,7 @@
 
 #include "StreamTestSupport.h"
 #include "stream/VideoControl.h"
+#include "support/Scratch.h"
 
 namespace {
 
@@ -73,14 +74,11 @@ TEST(VideoControl, CheckStampResults) {
 }
 
 TEST(VideoControl, UdpPacketsAreIgnoredUntilAKeyFramePacket) {
-    int rx = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(bind(rx, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
-    socklen_t len = sizeof addr;
-    getsockname(rx, reinterpret_cast<sockaddr*>(&addr), &len);
-    int tx = socket(AF_INET, SOCK_DGRAM, 0);
+    uint16_t port = 0;
+    const int rx = bindLoopback(port, SOCK_DGRAM);
+    ASSERT_GE(rx, 0);
+    const int tx = socket(AF_INET, SOCK_DGRAM, 0);
+    const sockaddr_in addr{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
     Controller c;
     auto send = [&](bool marker, uint8_t header) {
         std::string d = rtpPacket(96, marker, 0, 0, std::string(1, char(header)) + "u");

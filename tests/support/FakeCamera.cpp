@@ -1,4 +1,5 @@
 #include "support/FakeCamera.h"
+#include "support/Scratch.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <sstream>
 #include <stdexcept>
 
 namespace kovo::test {
@@ -35,27 +37,10 @@ void signalPipe(int writeEnd) {
 Request parseRequest(std::string raw, int connection) {
     Request request;
     request.connection = connection;
-    size_t pos = 0;
-    bool first = true;
     // raw ends with "\r\n\r\n"; the last (empty) line is not a header.
-    while (pos < raw.size()) {
-        size_t eol = raw.find("\r\n", pos);
-        if (eol == std::string::npos || eol == pos) break;
-        std::string line = raw.substr(pos, eol - pos);
-        pos = eol + 2;
-        if (first) {
-            request.requestLine = line;
-            size_t sp1 = line.find(' ');
-            size_t sp2 = sp1 == std::string::npos ? std::string::npos : line.find(' ', sp1 + 1);
-            request.method = line.substr(0, sp1);
-            if (sp1 != std::string::npos)
-                request.url = line.substr(sp1 + 1, sp2 == std::string::npos ? std::string::npos : sp2 - sp1 - 1);
-            if (sp2 != std::string::npos) request.version = line.substr(sp2 + 1);
-            first = false;
-        } else {
-            request.lines.push_back(std::move(line));
-        }
-    }
+    for (size_t pos = 0, eol; (eol = raw.find("\r\n", pos)) != pos; pos = eol + 2)
+        (pos == 0 ? request.requestLine : request.lines.emplace_back()) = raw.substr(pos, eol - pos);
+    std::istringstream(request.requestLine) >> request.method >> request.url >> request.version;
     request.raw = std::move(raw);
     return request;
 }
@@ -149,25 +134,14 @@ struct FakeCamera::Connection {
         if (!closeRequested.exchange(true)) signalPipe(wake[1]);
     }
 
-    // Waits for `events` on the socket. False when a close was requested
-    // first; timeoutMs < 0 waits indefinitely, a timeout returns true.
+    // Waits for `events` on the socket (none: just sleeps). False when a
+    // close was requested first; timeoutMs < 0 waits indefinitely, a timeout
+    // returns true.
     bool waitFor(short events, int timeoutMs) {
-        pollfd fds[2] = {{fd, events, 0}, {wake[0], POLLIN, 0}};
-        int n;
-        do {
-            n = ::poll(fds, 2, timeoutMs);
-        } while (n < 0 && errno == EINTR);
+        pollfd fds[2] = {{events ? fd : -1, events, 0}, {wake[0], POLLIN, 0}};
+        while (::poll(fds, 2, timeoutMs) < 0 && errno == EINTR) {
+        }
         return !(fds[1].revents & POLLIN);
-    }
-
-    // Sleeps, waking early (and returning false) when a close is requested.
-    bool pause(int ms) {
-        pollfd p = {wake[0], POLLIN, 0};
-        int n;
-        do {
-            n = ::poll(&p, 1, ms);
-        } while (n < 0 && errno == EINTR);
-        return !(p.revents & POLLIN);
     }
 
     // Caller holds writeMutex.
@@ -195,23 +169,13 @@ struct FakeCamera::Connection {
 
 FakeCamera::FakeCamera(uint16_t port) {
     if (::pipe2(wakePipe_, O_CLOEXEC) != 0) throw std::runtime_error("FakeCamera: pipe2 failed");
-    listenFd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (listenFd_ < 0) throw std::runtime_error("FakeCamera: socket failed");
-    int one = 1;
-    ::setsockopt(listenFd_, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(port);
-    socklen_t len = sizeof addr;
-    if (::bind(listenFd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 || ::listen(listenFd_, 64) != 0 ||
-        ::getsockname(listenFd_, reinterpret_cast<sockaddr*>(&addr), &len) != 0) {
-        closeFd(listenFd_);
+    port_ = port;
+    listenFd_ = bindLoopback(port_);
+    if (listenFd_ < 0) {
         closeFd(wakePipe_[0]);
         closeFd(wakePipe_[1]);
         throw std::runtime_error("FakeCamera: cannot listen on 127.0.0.1");
     }
-    port_ = ntohs(addr.sin_port);
     acceptThread_ = std::thread(&FakeCamera::acceptLoop, this);
 }
 
@@ -315,30 +279,20 @@ Reply FakeCamera::replyFor(const Request& request) {
 
 // Sends the reply; false when the connection is to be closed afterwards.
 bool FakeCamera::answer(Connection& conn, const Reply& reply, const std::string& cseq) {
-    bool sent = true;
     if (!reply.silent) {
-        std::string bytes = reply.compose(cseq);
-        std::vector<size_t> cuts;
-        for (size_t at : reply.splitAt)
-            if (at > 0 && at < bytes.size()) cuts.push_back(at);
-        std::sort(cuts.begin(), cuts.end());
-        cuts.erase(std::unique(cuts.begin(), cuts.end()), cuts.end());
+        const std::string bytes = reply.compose(cseq);
+        std::vector<size_t> cuts = reply.splitAt;  // ascending, inside the reply
         cuts.push_back(bytes.size());
-
         std::lock_guard<std::mutex> lock(conn.writeMutex);
         size_t from = 0;
         for (size_t to : cuts) {
-            if (from > 0 && !conn.pause(reply.splitDelayMs)) return false;
+            if (from > 0 && !conn.waitFor(0, reply.splitDelayMs)) return false;
             if (!conn.sendAll(bytes.data() + from, to - from)) return false;
             from = to;
         }
-        sent = conn.sendAll(reply.after.data(), reply.after.size());
     }
-    if (reply.resetAfter) {
-        conn.resetRequested = true;
-        return false;
-    }
-    return sent && !reply.closeAfter;
+    if (reply.resetAfter) conn.resetRequested = true;
+    return !reply.resetAfter && !reply.closeAfter;
 }
 
 void FakeCamera::finish(Connection& conn) {
@@ -447,11 +401,6 @@ bool FakeCamera::waitForRequests(size_t count, std::chrono::milliseconds timeout
 void FakeCamera::clearRequests() {
     std::lock_guard<std::mutex> lock(mutex_);
     requests_.clear();
-}
-
-int FakeCamera::connectionsAccepted() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return static_cast<int>(connections_.size());
 }
 
 int FakeCamera::openConnections() const {

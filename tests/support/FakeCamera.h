@@ -55,7 +55,6 @@ struct Reply {
     bool closeAfter = false;           // close the connection after the reply (or instead, with silent)
     bool resetAfter = false;           // close with RST (SO_LINGER 0) after the reply
     bool silent = false;               // send nothing at all
-    std::string after;                 // raw bytes sent right after the reply (e.g. interleaved media)
 
     static Reply ok(std::vector<std::string> headers = {}, std::string body = {});
     static Reply status_(int status, std::string reason = "Error");
@@ -99,7 +98,6 @@ public:
     void clearRequests();
 
     // Connections.
-    int connectionsAccepted() const;
     int openConnections() const;
     // Sends raw bytes on connection k (e.g. interleaved RTP); returns false if it is closed.
     bool send(int connection, const std::string& bytes);

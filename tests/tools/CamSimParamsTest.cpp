@@ -32,14 +32,6 @@ protected:
         ASSERT_GT(id_, 0) << "login to the simulator failed";
     }
 
-    // A record as `get` fills it in from zero.
-    template <typename T>
-    static T read(long (*get)(long, T*)) {
-        T record{};
-        EXPECT_EQ(0, get(id_, &record));
-        return record;
-    }
-
     static CamSimProcess* sim_;
     static long id_;
 };
@@ -106,7 +98,9 @@ TEST_F(CamSimParams, FileSearchPagesThroughTheListAndDeleteRemovesAFile) {
     Kovo_FreeFileList(list);
     DOWNLOAD_CONFIG download{1, 9000};
     ASSERT_EQ(0, Kovo_SetDownloadConfig(id_, &download));
-    EXPECT_EQ(9000, read(Kovo_GetDownloadConfig).nPort);
+    DOWNLOAD_CONFIG back{};
+    EXPECT_EQ(0, Kovo_GetDownloadConfig(id_, &back));
+    EXPECT_EQ(9000, back.nPort);
 }
 
 TEST_F(CamSimParams, LogShowsEveryRequestAsABlock) {

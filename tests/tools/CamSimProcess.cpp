@@ -17,26 +17,6 @@
 namespace kovo::test {
 namespace {
 
-sockaddr_in loopback(unsigned short port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    return address;
-}
-
-unsigned short freePort() {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = loopback(0);
-    socklen_t length = sizeof address;
-    unsigned short port = 0;
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-        port = ntohs(address.sin_port);
-    ::close(fd);
-    return port;
-}
-
 void killAndReap(pid_t& pid) {
     ::kill(pid, SIGKILL);
     ::waitpid(pid, nullptr, 0);
@@ -44,14 +24,6 @@ void killAndReap(pid_t& pid) {
 }
 
 }  // namespace
-
-int connectLoopback(unsigned short port) {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = loopback(port);
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) return fd;
-    ::close(fd);
-    return -1;
-}
 
 std::string CamSimProcess::binaryPath() { return std::string(KOVO_BINARY_DIR) + "/tools/camsim/kovo-camsim"; }
 
@@ -68,7 +40,8 @@ bool CamSimProcess::start(const std::vector<std::string>& extraArguments) {
     if (logFd < 0) return false;
     logPath_ = logTemplate;
     for (int attempt = 0; attempt < 3 && pid_ < 0; ++attempt) {
-        port_ = freePort();
+        port_ = 0;
+        ::close(bindLoopback(port_));  // a free port, for the simulator to take
         std::vector<std::string> arguments = {binaryPath(), "--address", "127.0.0.1", "--port",
                                               std::to_string(port_), "--log"};
         arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
@@ -118,31 +91,6 @@ int CamSimProcess::terminate(int timeoutMs) {
     return -1;
 }
 
-std::string CamSimProcess::output() const {
-    std::ifstream in(logPath_);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-ScratchDir::ScratchDir() {
-    char dirTemplate[] = "/tmp/kovo-camsim-test-XXXXXX";
-    if (::mkdtemp(dirTemplate) != nullptr) path_ = dirTemplate;
-}
-
-ScratchDir::~ScratchDir() {
-    if (!path_.empty()) runCommand("rm -rf '" + path_ + "'");
-}
-
-int runCommand(const std::string& command, std::string* output) {
-    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return -1;
-    char buffer[4096];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-        if (output) output->append(buffer, n);
-    int status = ::pclose(pipe);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
+std::string CamSimProcess::output() const { return readFile(logPath_); }
 
 }  // namespace kovo::test

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "support/Scratch.h"
+
 namespace kovo::test {
 
 class CamSimProcess {
@@ -44,23 +46,6 @@ protected:
         if (!CamSimProcess::available()) GTEST_SKIP() << "kovo-camsim is not built: " << CamSimProcess::binaryPath();
     }
 };
-
-// A scratch directory, removed with its contents.
-class ScratchDir {
-public:
-    ScratchDir();
-    ~ScratchDir();
-    std::string file(const std::string& name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
-
-// A connected TCP socket to 127.0.0.1:port, or -1.
-int connectLoopback(unsigned short port);
-
-// Runs a shell command; exit status, with standard output and error in `output`.
-int runCommand(const std::string& command, std::string* output = nullptr);
 
 }  // namespace kovo::test
 
