@@ -1,6 +1,6 @@
-// Real-media helpers for the JPEG and AAC tests: running the Debian tools,
-// taking a baseline JPEG apart into what an RTP/JPEG sender transmits, and
-// splitting an ADTS stream into access units.
+// Real-media helpers for the JPEG and AAC tests: taking a baseline JPEG
+// apart into what an RTP/JPEG sender transmits, splitting an ADTS stream into
+// access units, and making and decoding both with the Debian tools.
 #pragma once
 
 #include <unistd.h>
@@ -19,6 +19,9 @@
 
 namespace kovo::test::media {
 
+// The file and tool helpers come along for whoever uses these.
+using namespace kovo::test;
+
 // What an RTP/JPEG sender needs from a baseline, 3-component JPEG file.
 struct JpegPicture {
     int width = 0, height = 0;        // pixels
@@ -28,47 +31,57 @@ struct JpegPicture {
     std::string scan;                 // entropy-coded data between SOS and EOI
 };
 
+// Marker segments of a JPEG file up to SOS: SOI with an empty body, then each body after its length.
+inline std::vector<std::pair<int, std::string>> jpegSegments(const std::string& file) {
+    std::vector<std::pair<int, std::string>> out;
+    auto u8 = [&](size_t i) { return static_cast<unsigned char>(file[i]); };
+    if (file.size() < 2 || u8(0) != 0xFF || u8(1) != 0xD8) return out;
+    out.emplace_back(0xD8, "");
+    for (size_t i = 2; i + 4 <= file.size() && u8(i) == 0xFF;) {
+        const size_t length = u8(i + 2) << 8 | u8(i + 3);
+        if (length < 2 || i + 2 + length > file.size()) break;
+        out.emplace_back(u8(i + 1), file.substr(i + 4, length - 2));
+        if (u8(i + 1) == 0xDA) break;
+        i += 2 + length;
+    }
+    return out;
+}
+
 // Returns an empty string on success, otherwise why the file does not fit RTP/JPEG.
 inline std::string parseJpeg(const std::string& file, JpegPicture* out) {
-    auto u8 = [&](size_t i) { return static_cast<unsigned char>(file[i]); };
-    auto u16 = [&](size_t i) { return u8(i) << 8 | u8(i + 1); };
-    if (file.size() < 4 || u8(0) != 0xFF || u8(1) != 0xD8) return "no SOI";
     std::string tables[4];
     int tableOfComponent[3] = {0, 0, 0};
-    size_t i = 2;
-    while (i + 4 <= file.size()) {
-        if (u8(i) != 0xFF) return "marker expected";
-        const int marker = u8(i + 1);
-        const size_t length = u16(i + 2);
-        const size_t body = i + 4;
-        if (body + length - 2 > file.size()) return "truncated segment";
+    size_t end = 0;  // of the segments so far
+    for (const auto& segment : jpegSegments(file)) {
+        const int marker = segment.first;
+        const std::string& body = segment.second;
+        auto u8 = [&](size_t i) { return static_cast<unsigned char>(body[i]); };
+        auto u16 = [&](size_t i) { return u8(i) << 8 | u8(i + 1); };
+        end += marker == 0xD8 ? 2 : 4 + body.size();
         if (marker == 0xDB) {
-            for (size_t t = body; t + 65 <= body + length - 2; t += 65) {
+            for (size_t t = 0; t + 65 <= body.size(); t += 65) {
                 if (u8(t) >> 4) return "16-bit quantisation table";
-                tables[u8(t) & 3] = file.substr(t + 1, 64);
+                tables[u8(t) & 3] = body.substr(t + 1, 64);
             }
         } else if (marker == 0xC0) {
-            out->height = u16(body + 1);
-            out->width = u16(body + 3);
-            if (u8(body + 5) != 3) return "not 3 components";
-            out->lumaSampling = u8(body + 7);
-            for (int c = 0; c < 3; ++c) tableOfComponent[c] = u8(body + 8 + 3 * c);
-            if (u8(body + 10) != 0x11 || u8(body + 13) != 0x11) return "chroma subsampled oddly";
-        } else if (marker >= 0xC1 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 &&
-                   marker != 0xCC) {
+            out->height = u16(1);
+            out->width = u16(3);
+            if (u8(5) != 3) return "not 3 components";
+            out->lumaSampling = u8(7);
+            for (int c = 0; c < 3; ++c) tableOfComponent[c] = u8(8 + 3 * c);
+            if (u8(10) != 0x11 || u8(13) != 0x11) return "chroma subsampled oddly";
+        } else if (marker >= 0xC1 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC) {
             return "not baseline";
         } else if (marker == 0xDD) {
-            out->restartInterval = u16(body);
+            out->restartInterval = u16(0);
         } else if (marker == 0xDA) {
-            const size_t scanStart = body + length - 2;
-            if (file.size() < scanStart + 2) return "no EOI";
-            out->scan = file.substr(scanStart, file.size() - scanStart - 2);
+            if (file.size() < end + 2) return "no EOI";
+            out->scan = file.substr(end, file.size() - end - 2);
             out->lumaTable = tables[tableOfComponent[0]];
             out->chromaTable = tables[tableOfComponent[1]];
             if (out->lumaTable.size() != 64 || out->chromaTable.size() != 64) return "missing DQT";
             return "";
         }
-        i = body + length - 2;
     }
     return "no SOS";
 }
@@ -90,22 +103,6 @@ inline std::vector<std::string> packetiseJpeg(const JpegPicture& pic, uint16_t* 
         packets.push_back(rtpPacket(26, offset + maxScan >= pic.scan.size(), (*seq)++, timestamp, payload));
     }
     return packets;
-}
-
-// Marker segments of a JPEG file up to SOS: SOI with an empty body, then each body after its length.
-inline std::vector<std::pair<int, std::string>> jpegSegments(const std::string& file) {
-    std::vector<std::pair<int, std::string>> out;
-    auto u8 = [&](size_t i) { return static_cast<unsigned char>(file[i]); };
-    if (file.size() < 2 || u8(0) != 0xFF || u8(1) != 0xD8) return out;
-    out.emplace_back(0xD8, "");
-    for (size_t i = 2; i + 4 <= file.size() && u8(i) == 0xFF;) {
-        const size_t length = u8(i + 2) << 8 | u8(i + 3);
-        if (length < 2 || i + 2 + length > file.size()) break;
-        out.emplace_back(u8(i + 1), file.substr(i + 4, length - 2));
-        if (u8(i + 1) == 0xDA) break;
-        i += 2 + length;
-    }
-    return out;
 }
 
 // Access units of an ADTS stream (headers stripped); empty when the stream is malformed.

@@ -12,7 +12,6 @@
 namespace kovo {
 namespace {
 
-using namespace test;
 using namespace test::media;
 
 struct Source {

@@ -82,7 +82,7 @@ TEST(VideoControl, UdpPacketsAreIgnoredUntilAKeyFramePacket) {
     Controller c;
     auto send = [&](bool marker, uint8_t header) {
         std::string d = rtpPacket(96, marker, 0, 0, std::string(1, char(header)) + "u");
-        sendto(tx, d.data(), d.size(), 0, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
+        sendto(tx, d.data(), d.size(), 0, reinterpret_cast<const sockaddr*>(&addr), sizeof addr);
         StdoutCapture quiet;
         return c.control.RTPRecvfrom(rx, 0, nullptr);
     };

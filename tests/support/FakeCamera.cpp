@@ -152,10 +152,8 @@ struct FakeCamera::Connection {
             if (n > 0) {
                 data += n;
                 size -= static_cast<size_t>(n);
-            } else if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+            } else if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)) {
                 if (!waitFor(POLLOUT, -1)) return false;
-            } else if (n < 0 && errno == EINTR) {
-                continue;
             } else {
                 return false;
             }
