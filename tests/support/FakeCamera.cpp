@@ -401,6 +401,11 @@ void FakeCamera::clearRequests() {
     requests_.clear();
 }
 
+int FakeCamera::connectionsAccepted() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return static_cast<int>(connections_.size());
+}
+
 int FakeCamera::openConnections() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return static_cast<int>(std::count_if(connections_.begin(), connections_.end(),

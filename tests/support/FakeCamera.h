@@ -98,6 +98,7 @@ public:
     void clearRequests();
 
     // Connections.
+    int connectionsAccepted() const;
     int openConnections() const;
     // Sends raw bytes on connection k (e.g. interleaved RTP); returns false if it is closed.
     bool send(int connection, const std::string& bytes);
