@@ -32,12 +32,15 @@ void evbuffer_align(CBuffer* buf) {
 
 int evbuffer_expand(CBuffer* buf, size_t datlen) {
     // Sizes are 32-bit; a request that cannot be represented is a failed growth.
-    uint64_t need = uint64_t(buf->misalign) + buf->off + datlen;
+    // Where size_t is 64-bit the sum itself can wrap.
+    uint64_t need;
+    if (__builtin_add_overflow(uint64_t(buf->misalign) + buf->off, datlen, &need)) return -1;
     if (buf->totallen >= need) return 0;
     if (buf->misalign >= datlen) {
         evbuffer_align(buf);
         return 0;
     }
+    if (need > UINT32_MAX) return -1;  // also keeps the doubling below from wrapping
     uint64_t length = buf->totallen;
     if (length < 256) length = 256;
     while (length < need) length <<= 1;
@@ -67,9 +70,7 @@ void evbuffer_trim(CBuffer* buf, uint32_t keep) {
 
 int evbuffer_addx(CBuffer* buf, const void* data, size_t datlen, int notify) {
     uint32_t old = buf->off;
-    if (uint64_t(buf->totallen) < uint64_t(buf->misalign) + buf->off + datlen) {
-        if (evbuffer_expand(buf, datlen) == -1) return -1;
-    }
+    if (evbuffer_expand(buf, datlen) == -1) return -1;  // does nothing when it fits
     if (datlen) memcpy(buf->buffer + buf->off, data, datlen);
     buf->off += uint32_t(datlen);
     if (datlen && buf->cb && notify) buf->cb(buf, old, buf->off, buf->cbarg);
