@@ -93,7 +93,7 @@ TEST(Buffer, CallbackMayDrainTheSameBuffer) {
 TEST(Buffer, ExpandReportsUnrepresentableGrowth) {
     BufferPtr b;
     add(b, 10);
-    // Past 4 GiB on every target; SIZE_MAX would wrap a 64-bit sum.
+    // Past 4 GiB on every target; SIZE_MAX would also wrap a 64-bit sum.
     for (size_t huge : {size_t(UINT32_MAX), SIZE_MAX}) {
         EXPECT_EQ(evbuffer_expand(b, huge), -1);
         EXPECT_EQ(evbuffer_addx(b, "x", huge, 1), -1);
