@@ -95,5 +95,24 @@ for target in i386:i686-linux-gnu armhf:arm-linux-gnueabihf; do
   cross+=", $passed on $arch"
 done
 
+# The binary interface against the baselines in abi/: a removed or changed
+# export, record layout or enumeration value fails; added exports pass.
+abi="ABI check skipped (no abidiff)"
+if command -v abidiff >/dev/null 2>&1; then
+  echo "== ABI against abi/ (log: build/abi.log) =="
+  log=build/abi.log
+  : >"$log"
+  checked=""
+  for pair in "build:$(dpkg --print-architecture 2>/dev/null || echo none)" build-i386:i386; do
+    dir=${pair%%:*}
+    baseline=abi/libKovoSDK-${pair#*:}.abi
+    [ -f "$baseline" ] && [ -f "$dir/libKovoSDK.so" ] || continue
+    run "$log" bash tools/abi-check.sh "$dir/libKovoSDK.so" "$baseline"
+    tail -n 1 "$log"
+    checked+=" ${pair#*:}"
+  done
+  abi="ABI unchanged or extended on${checked:- nothing}"
+fi
+
 share=$(bash tools/test-share.sh)
-echo "test.sh: $plain tests passed, $sanitized passed under sanitizers$cross, $fuzzing; $share"
+echo "test.sh: $plain tests passed, $sanitized passed under sanitizers$cross, $fuzzing, $abi; $share"
