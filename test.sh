@@ -36,7 +36,7 @@ suite() {
 }
 
 echo "== build and test (log: build/test.log) =="
-plain=$(suite build -DCMAKE_BUILD_TYPE=RelWithDebInfo)
+plain=$(suite build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=/usr)
 echo "$plain tests passed"
 
 echo "== build and test under ASan and UBSan (log: build-sanitize/test.log) =="
@@ -114,5 +114,18 @@ if command -v abidiff >/dev/null 2>&1; then
   abi="ABI unchanged or extended on${checked:- nothing}"
 fi
 
+# Debian packages from the plain build; CI also installs them, builds and runs
+# a consumer against them and removes them.
+packages="packages skipped (no cpack or dpkg-shlibdeps)"
+if command -v cpack >/dev/null 2>&1 && command -v dpkg-shlibdeps >/dev/null 2>&1; then
+  install=""
+  [ "${CI:-}" = true ] || [ "${KOVO_PACKAGE_INSTALL:-}" = 1 ] && install=--install
+  echo "== Debian packages${install:+, installed and used} (log: build/packages.log) =="
+  : >build/packages.log
+  run build/packages.log bash tools/package-check.sh build $install
+  tail -n 1 build/packages.log
+  packages="3 packages built${install:+, installed, used and removed}"
+fi
+
 share=$(bash tools/test-share.sh)
-echo "test.sh: $plain tests passed, $sanitized passed under sanitizers$cross, $fuzzing, $abi; $share"
+echo "test.sh: $plain tests passed, $sanitized passed under sanitizers$cross, $fuzzing, $abi, $packages; $share"
