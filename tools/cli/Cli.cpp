@@ -13,7 +13,7 @@
 namespace kovo::cli {
 namespace {
 
-const OptionSpec kCommonOptions = {{"proxy", true},  {"timeout", true}, {"channel", true},
+const OptionTable kCommonOptions = {{"proxy", true},  {"timeout", true}, {"channel", true},
                                    {"json", false},  {"verbose", false}, {"help", false}};
 
 std::string lower(std::string text) {
@@ -91,11 +91,11 @@ long parseNumber(const std::string& text, const std::string& what, long low, lon
     return value;
 }
 
-Args parseArgs(const std::vector<std::string>& argv, const OptionSpec& extra) {
-    OptionSpec spec = kCommonOptions;
-    spec.insert(extra.begin(), extra.end());
+Args parseArgs(const std::vector<std::string>& argv, const OptionTable& extra) {
+    OptionTable known = kCommonOptions;
+    known.insert(extra.begin(), extra.end());
     std::vector<std::string> names;
-    for (const auto& entry : spec) names.push_back("--" + entry.first);
+    for (const auto& entry : known) names.push_back("--" + entry.first);
     Args args;
     for (size_t i = 0; i < argv.size(); ++i) {
         const std::string& word = argv[i];
@@ -112,8 +112,8 @@ Args parseArgs(const std::vector<std::string>& argv, const OptionSpec& extra) {
             value = name.substr(equals + 1);
             name.resize(equals);
         }
-        auto it = spec.find(name);
-        if (it == spec.end()) usageError("unknown option '" + word + "'" + suggestion(word, names));
+        auto it = known.find(name);
+        if (it == known.end()) usageError("unknown option '" + word + "'" + suggestion(word, names));
         if (it->second && !inlineValue) {
             if (i + 1 >= argv.size()) usageError("option --" + name + " needs a value");
             value = argv[++i];

@@ -37,8 +37,8 @@ struct Args {
 
 // Options a command accepts: name -> whether it takes a value. The common
 // options are always accepted.
-using OptionSpec = std::map<std::string, bool>;
-Args parseArgs(const std::vector<std::string>& argv, const OptionSpec& extra);
+using OptionTable = std::map<std::string, bool>;
+Args parseArgs(const std::vector<std::string>& argv, const OptionTable& extra);
 // Whole number of a text, usage error naming `what` when it is not one.
 long parseNumber(const std::string& text, const std::string& what, long low, long high);
 

@@ -12,7 +12,7 @@ struct Command {
     const char* name;
     const char* synopsis;  // arguments after the command name
     const char* help;      // what it does and its own options
-    OptionSpec options;    // beyond the common ones
+    OptionTable options;    // beyond the common ones
     int (*run)(const Args& args);
 };
 
