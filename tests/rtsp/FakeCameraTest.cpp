@@ -1,8 +1,6 @@
 // The fake camera itself, once through a plain socket: every other test
 // exercises it through the library.
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -15,41 +13,34 @@ using namespace kovo::test;
 TEST(FakeCamera, Smoke) {
     FakeCamera cam;
     cam.onMethod("OPTIONS", Reply::ok({"Public: OPTIONS"}));
-    cam.queue("OPTIONS", Reply::status_(404, "Not Found"));
+    cam.queue("OPTIONS", Reply::status_(404, "Not Found"));  // a queued reply goes first, once
     const int fd = connectLoopback(cam.port());
     ASSERT_GE(fd, 0);
-    const std::string request = "OPTIONS rtsp://127.0.0.1/x RTSP/1.0\r\nCSeq: 1\r\nUser-Agent: t\r\n\r\n";
-    const std::string second = "OPTIONS rtsp://127.0.0.1/x RTSP/1.0\r\nCSeq: 2\r\n\r\n";
-    ASSERT_EQ(::send(fd, (request + second).data(), request.size() + second.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(request.size() + second.size()));
+    const std::string first = "OPTIONS rtsp://127.0.0.1/x RTSP/1.0\r\nCSeq: 1\r\nUser-Agent: t\r\n\r\n";
+    const std::string both = first + "OPTIONS rtsp://127.0.0.1/x RTSP/1.0\r\nCSeq: 2\r\n\r\n";
+    ASSERT_EQ(::send(fd, both.data(), both.size(), MSG_NOSIGNAL), static_cast<ssize_t>(both.size()));
     char buf[512];
     auto receive = [&](size_t size) {
         std::string got;
-        pollfd p = {fd, POLLIN, 0};
-        while (got.size() < size && ::poll(&p, 1, 2000) > 0) {
-            ssize_t n = ::recv(fd, buf, sizeof buf, 0);
+        for (pollfd p = {fd, POLLIN, 0}; got.size() < size && ::poll(&p, 1, 2000) > 0;) {
+            const ssize_t n = ::recv(fd, buf, sizeof buf, 0);
             if (n <= 0) break;
             got.append(buf, static_cast<size_t>(n));
         }
         return got;
     };
-    const std::string replies = "RTSP/1.0 404 Not Found\r\nCSeq: 1\r\n\r\n"
-                                "RTSP/1.0 200 OK\r\nCSeq: 2\r\nPublic: OPTIONS\r\n\r\n";
+    const std::string replies = "RTSP/1.0 404 Not Found\r\nCSeq: 1\r\n\r\nRTSP/1.0 200 OK\r\nCSeq: 2\r\nPublic: OPTIONS\r\n\r\n";
     EXPECT_EQ(receive(replies.size()), replies);
     const std::string media = interleave(1, rtpPacket(96, true, 7, 9, "m"));
     EXPECT_EQ(media.substr(0, 6), std::string("$\x01\x00\x0d\x80\xe0", 6));
     ASSERT_TRUE(cam.send(0, media));
     EXPECT_EQ(receive(media.size()), media);
-    const Request r = cam.requests()[0];
-    EXPECT_EQ(r.requestLine + "|" + r.method + "|" + r.url + "|" + r.version + "|" + r.header("CSeq"),
-              "OPTIONS rtsp://127.0.0.1/x RTSP/1.0|OPTIONS|rtsp://127.0.0.1/x|RTSP/1.0|1");
-    EXPECT_TRUE(r.hasLine("User-Agent: t"));
-    EXPECT_EQ(r.raw, request);
     cam.closeConnection(0);
     EXPECT_EQ(::recv(fd, buf, sizeof buf, 0), 0);
     EXPECT_EQ(cam.openConnections(), 0);
+    const Request r = cam.requests()[0];
+    EXPECT_EQ(r.method + "|" + r.url + "|" + r.version + "|" + r.header("CSeq"), "OPTIONS|rtsp://127.0.0.1/x|RTSP/1.0|1");
+    EXPECT_TRUE(r.hasLine("User-Agent: t"));
+    EXPECT_EQ(r.raw, first);
     ::close(fd);
-    StdoutCapture out;
-    std::printf("captured");
-    EXPECT_EQ(out.text(), "captured");
 }
