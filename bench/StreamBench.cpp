@@ -98,8 +98,12 @@ struct Stream {
 // The field layer switched on: stall detection and a keep-alive every second.
 const KOVO_LINK_OPTIONS kHealthOn = {0, 0, 5000, 1, 0, 0, 0};
 const KOVO_LINK_OPTIONS kHealthOff = {};
-// For idle streams: a keep-alive every 5 s (a camera with a 10 s session time-out).
-const KOVO_LINK_OPTIONS kIdleHealthOn = {0, 0, 5000, 5, 0, 0, 0};
+// For idle streams: the recommended keep-alive, half the session time-out the
+// camera names (this one names none: every 30 s), and stall detection.
+const KOVO_LINK_OPTIONS kIdleHealthOn = {0, 0, 5000, -1, 0, 0, 0};
+// The idle window covers one whole keep-alive period, so that every stream
+// sends and gets answered once in it, as in the steady state.
+const auto kIdleWindow = std::chrono::seconds(30);
 
 Stream openStream(FakeCamera& cam, bool standard = false, const KOVO_LINK_OPTIONS& link = kHealthOff) {
     StdoutCapture quiet;
@@ -374,7 +378,7 @@ void BM_IdleStreams(benchmark::State& state) {
         rusage usageStart;
         getrusage(RUSAGE_SELF, &usageStart);
         const auto start = Clock::now();
-        std::this_thread::sleep_for(std::chrono::seconds(10));
+        std::this_thread::sleep_for(kIdleWindow);
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
         rusage usageEnd;
         getrusage(RUSAGE_SELF, &usageEnd);

@@ -216,6 +216,43 @@ TEST_F(StreamHealth, ReconnectKeepsTheIdAndCloseStopsTheAttempts) {
     EXPECT_EQ(events.count(KOVO_EVENT_RECONNECTING), attempts);
 }
 
+// An application may close the stream or log out from inside an event, on
+// the stream's own thread or on the reconnect thread: the call returns, the
+// device goes, and nothing waits on the thread that is running the callback.
+TEST_F(StreamHealth, EventCallbackMayCloseOrLogOut) {
+    struct Closer {
+        long id;
+        KOVO_EVENT_E on;
+        std::atomic<long> closed{1}, loggedOut{1};
+        std::atomic<bool> done{false};
+        static void onEvent(long id, KOVO_EVENT_E event, long, unsigned long user) {
+            auto* self = reinterpret_cast<Closer*>(user);
+            if (event != self->on || self->done) return;
+            self->closed = Kovo_CloseStream(id);
+            self->loggedOut = Kovo_Logout(id);
+            self->done = true;
+        }
+    };
+    struct Case { KOVO_EVENT_E on; KOVO_LINK_OPTIONS options; };
+    for (const Case& c : {Case{KOVO_EVENT_STREAM_STALLED, {0, 0, 300, 0, 0, 0, 0}},
+                          Case{KOVO_EVENT_CONNECTION_LOST, {0, 0, 0, 0, 0, 0, 0}},
+                          Case{KOVO_EVENT_RECONNECTING, {0, 0, 0, 0, 1, 0, 0}}}) {
+        SCOPED_TRACE(c.on);
+        TearDown();
+        open(c.options);
+        Closer closer{id, c.on};
+        ASSERT_EQ(Kovo_SetEventCallBack(id, Closer::onEvent, reinterpret_cast<unsigned long>(&closer)), 0);
+        uint16_t seq = 0;
+        ASSERT_TRUE(cam.send(conn, keyFrame(seq, 1)));
+        if (c.on != KOVO_EVENT_STREAM_STALLED) cam.closeConnection(conn, true);
+        for (int i = 0; i < 200 && !closer.done; ++i) std::this_thread::sleep_for(10ms);
+        ASSERT_TRUE(closer.done);
+        EXPECT_EQ(closer.closed, 0);
+        EXPECT_EQ(closer.loggedOut, 0);
+        EXPECT_EQ(FindDeviceByDeviceID(id), nullptr);
+    }
+}
+
 long residentKb() {
     std::ifstream in("/proc/self/status");
     for (std::string line; std::getline(in, line);)
