@@ -43,14 +43,41 @@ struct Collector {
     }
 };
 
-// The tables themselves are checked against libjpeg's (JpegMedia); here the
-// qualities it never takes: 0 acts as 1, above 99 as 99.
-TEST(JpegTables, QualityOutsideOneTo99IsClamped) {
+const int kZigzag[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
+                         12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
+                         35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
+                         58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+
+// libjpeg's default tables are the same Annex K tables with the same quality
+// scaling; qualities it never takes: 0 acts as 1, above 99 as 99.
+TEST(JpegTables, StandardTablesMatchLibjpegAndQualityIsClamped) {
     unsigned char l[2][64], c[2][64];
     for (auto [q, same] : {std::pair{0, 1}, std::pair{127, 99}}) {
         MakeTables(q, l[0], c[0]);
         MakeTables(same, l[1], c[1]);
         EXPECT_EQ(bytes(l[0], 64) + bytes(c[0], 64), bytes(l[1], 64) + bytes(c[1], 64)) << q;
+    }
+    if (!test::haveTool("ffmpeg") || !test::haveTool("cjpeg")) GTEST_SKIP() << "ffmpeg and cjpeg are needed";
+    test::TempDir dir;
+    ASSERT_TRUE(test::run("ffmpeg -loglevel error -f lavfi -i testsrc=size=32x32 -frames:v 1 " + dir.file("src.ppm")));
+    const std::string expectedDht =
+        std::string(1, '\x00') + bytes(lumDccodeLens, 16) + bytes(lumDcSymbols, 12) + std::string(1, '\x10') +
+        bytes(lumAccodeLens, 16) + bytes(lumAcSymbols, 162) + std::string(1, '\x01') + bytes(chmDccodeLens, 16) +
+        bytes(chmDcSymbols, 12) + std::string(1, '\x11') + bytes(chmAccodeLens, 16) + bytes(chmAcSymbols, 162);
+    for (int q : {1, 37, 50, 75, 99}) {
+        SCOPED_TRACE(q);
+        const std::string jpeg = dir.file("q.jpg");
+        ASSERT_TRUE(test::run("cjpeg -baseline -quality " + std::to_string(q) + " " + dir.file("src.ppm") + " > " + jpeg));
+        MakeTables(q, l[0], c[0]);
+        std::string dqt, dht;
+        for (const auto& [marker, body] : jpegSegments(test::readFile(jpeg))) {
+            if (marker == 0xDB) dqt += body;
+            if (marker == 0xC4) dht += body;
+        }
+        ASSERT_EQ(dqt.size(), 130u);
+        for (int k = 0; k < 64; ++k)
+            EXPECT_EQ(uint8_t(dqt[1 + k]) * 1000 + uint8_t(dqt[66 + k]), l[0][kZigzag[k]] * 1000 + c[0][kZigzag[k]]) << k;
+        EXPECT_EQ(dht, expectedDht);
     }
 }
 

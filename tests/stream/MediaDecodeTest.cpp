@@ -137,11 +137,17 @@ size_t countOf(const std::vector<test::FrameSink::Frame>& frames, int type, bool
 }
 
 void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
-    if (!haveTool("djpeg")) GTEST_SKIP() << "djpeg is needed";
-    const auto clip = makeJpegClip(dir, 10);
+    if (!haveTool("djpeg") || !haveTool("cjpeg")) GTEST_SKIP() << "djpeg and cjpeg are needed";
+    auto clip = makeJpegClip(dir, 10);
+    // Beside ffmpeg's 4:2:0 frames, cjpeg's 4:2:2 (in small fragments at low quality) and 4:2:0 with restart markers.
+    const std::string src = dir.file("src.ppm"), cjpeg = "cjpeg -baseline -quality ";
+    ASSERT_TRUE(run("ffmpeg -loglevel error -f lavfi -i testsrc=size=176x144 -frames:v 1 " + src + " && " + cjpeg +
+                    "75 -sample 2x1 " + src + " > " + dir.file("a.jpg") + " && " + cjpeg + "10 -sample 2x1 " + src +
+                    " > " + dir.file("b.jpg") + " && " + cjpeg + "85 -sample 2x2 -restart 2B " + src + " > " + dir.file("c.jpg")));
+    for (const char* name : {"a.jpg", "b.jpg", "c.jpg"}) clip.push_back(readFile(dir.file(name)));
     const std::string track = makeAacTrack(dir, 1);
     const auto units = splitAdts(track);
-    ASSERT_EQ(clip.size(), 10u);
+    ASSERT_EQ(clip.size(), 13u);
     ASSERT_GT(units.size(), 20u);
     JpegAssembler::setFirstFrameDropped(false);
     const std::string sdp = "v=0\r\ns=live\r\nm=video 0 RTP/AVP 26\r\na=x-dimensions:320, 240\r\n"
@@ -177,7 +183,9 @@ void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
     for (size_t i = 0; i < clip.size(); ++i) {
         JpegPicture picture;
         ASSERT_EQ(parseJpeg(clip[i], &picture), "");
-        for (std::string& packet : packetiseJpeg(picture, &seq, 9000 * i, 1400)) videoPackets.push_back(packet);
+        // Restart headers are read in a frame's first packet only: such frames go in one packet.
+        const size_t fragment = picture.restartInterval ? picture.scan.size() : i == 11 ? 100 : 1400;
+        for (std::string& packet : packetiseJpeg(picture, &seq, 9000 * i, fragment)) videoPackets.push_back(packet);
     }
     std::string bytes;
     for (size_t v = 0, a = 0; v < videoPackets.size() || a < units.size();) {
