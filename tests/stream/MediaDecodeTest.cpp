@@ -37,11 +37,7 @@ constexpr size_t kFragment = 1000;  // larger NAL units go as FU-A
 // Per-picture md5 of a decoded H.264 elementary stream.
 std::vector<std::string> frameMd5s(const std::string& path) {
     std::string out;
-    if (FILE* pipe = popen(("ffmpeg -v error -f h264 -i '" + path + "' -f framemd5 - 2>/dev/null").c_str(), "r")) {
-        char buf[4096];
-        for (size_t n; (n = fread(buf, 1, sizeof buf, pipe)) > 0;) out.append(buf, n);
-        pclose(pipe);
-    }
+    runCommand("(ffmpeg -v error -f h264 -i '" + path + "' -f framemd5 - 2>/dev/null)", &out);
     std::vector<std::string> hashes;
     std::istringstream lines(out);
     for (std::string line; std::getline(lines, line);)

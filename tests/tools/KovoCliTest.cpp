@@ -1,8 +1,6 @@
 // The kovo command-line tool as a process against the simulator: its
 // output, its exit codes, and the files it writes.
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -179,25 +177,12 @@ TEST_F(KovoCli, AnInterruptedRecordLeavesAPlayableFile) {
     expectDecodes(path);
 }
 
-// A loopback TCP socket on a free port: listening (a camera that never
-// answers) or closed again (nothing listens there).
-unsigned short loopbackPort(int& fd, bool listening) {
-    fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-    if (listening) ::listen(fd, 4);
-    else ::close(fd);
-    return ntohs(address.sin_port);
-}
-
 TEST_F(KovoCli, UnreachableAndSilentCamerasExitWithTheirOwnStatusInTime) {
-    int closed = -1, silent = -1;
-    const std::string nobody = "127.0.0.1:" + std::to_string(loopbackPort(closed, false));
-    const std::string mute = "127.0.0.1:" + std::to_string(loopbackPort(silent, true));
+    uint16_t closedPort = 0, silentPort = 0;
+    ::close(bindLoopback(closedPort));  // nothing listens there
+    const int silent = bindLoopback(silentPort);  // a camera that never answers
+    const std::string nobody = "127.0.0.1:" + std::to_string(closedPort);
+    const std::string mute = "127.0.0.1:" + std::to_string(silentPort);
     const struct {
         std::string address;
         int status;
