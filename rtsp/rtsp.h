@@ -120,6 +120,11 @@ bool rtsp_wait_readable(CConnect* conn);
 // bytes) within conn->replyTimeoutMs, skipping late replies of timed-out
 // requests. The count, or below 1 as rtsp_get.
 int rtsp_read_reply(CConnect* conn, char* buf, int len);
+// Sends all of data within conn->replyTimeoutMs when set (a camera that
+// stops reading cannot hold the caller), else as one blocking send. The
+// count, or -1 with the last error recorded; a request cut short by the
+// bound leaves the connection shut down, as its framing is lost.
+int rtsp_send_bounded(CConnect* conn, const char* data, size_t size);
 // Records the thread's last error for a reply with this status.
 void rtsp_record_status(int status);
 // Closes the socket (once) after the peer closed it or a read failed.

@@ -139,7 +139,7 @@ int rtsp_put(CConnect* conn, const char* text) {
     wire.append(text, len).append("\r\n");
     kovo::tracef("---send %s\n", wire.c_str());
     if (!conn->socketOpen) return -1;
-    return static_cast<int>(send(conn->s, wire.data(), wire.size(), MSG_NOSIGNAL));
+    return rtsp_send_bounded(conn, wire.data(), wire.size());
 }
 
 int rtsp_send_request(CConnect* conn, const char* method, const char* url) {

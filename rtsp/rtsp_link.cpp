@@ -154,6 +154,30 @@ int rtsp_read_reply(CConnect* conn, char* buf, int len) {
     return -1;
 }
 
+int rtsp_send_bounded(CConnect* conn, const char* data, size_t size) {
+    const int bound = conn->replyTimeoutMs;
+    if (bound <= 0) return static_cast<int>(send(conn->s, data, size, MSG_NOSIGNAL));
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(bound);
+    size_t sent = 0;
+    while (sent < size) {
+        const ssize_t n = send(conn->s, data + sent, size - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (n > 0) {
+            sent += size_t(n);
+            continue;
+        }
+        if (n < 0 && errno == EINTR) continue;
+        if (n == 0 || (errno != EAGAIN && errno != EWOULDBLOCK)) return kovo::failWith(KOVO_ERR_CLOSED, -1);
+        pollfd pfd{conn->s, POLLOUT, 0};
+        const int ready = poll(&pfd, 1, msUntil(deadline));
+        if (ready == 0) {
+            if (sent > 0) rtsp_interrupt(conn);
+            return kovo::failWith(KOVO_ERR_TIMEOUT, -1);
+        }
+        if (ready < 0 && errno != EINTR) return kovo::failWith(KOVO_ERR_CLOSED, -1);
+    }
+    return static_cast<int>(sent);
+}
+
 void rtsp_record_status(int status) {
     if (status == 200)
         kovo::setLastError(KOVO_ERR_NONE, status);

@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "rtsp/rtsp.h"
 #include "sdk/KovoSDK.h"
 #include "support/FakeCamera.h"
 
@@ -181,6 +182,34 @@ TEST_F(LinkOptions, OptionsRecordsAndLastErrorOfEachOutcome) {
     }
     EXPECT_EQ(memcmp(&set, &got, sizeof set), 0);
     Kovo_Logout(id);
+}
+
+// A camera that accepts but stops reading: once its window is full, a
+// request fails within the reply bound instead of blocking its caller.
+TEST_F(LinkOptions, SendToACameraThatStopsReadingIsBounded) {
+    const int listener = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+    socklen_t size = sizeof addr;
+    bind(listener, reinterpret_cast<sockaddr*>(&addr), size);
+    listen(listener, 4);  // the connection is never accepted, so never read
+    getsockname(listener, reinterpret_cast<sockaddr*>(&addr), &size);
+    CConnect conn;
+    conn.s = socket(AF_INET, SOCK_STREAM, 0);
+    int small = 4096;
+    setsockopt(conn.s, SOL_SOCKET, SO_SNDBUF, &small, sizeof small);
+    ASSERT_EQ(rtsp_open_socket(&conn, htonl(INADDR_LOOPBACK), ntohs(addr.sin_port)), 0);
+    conn.socketOpen = true;
+    conn.replyTimeoutMs = 300;
+    const std::string request(16000, 'x');
+    kovo::test::StdoutCapture quiet;
+    int sent = 0, calls = 0;
+    long long ms = 0;
+    while (sent >= 0 && calls++ < 1000) ms = timed("send to a full window", 300, [&] { sent = rtsp_put(&conn, request.c_str()); });
+    EXPECT_EQ(sent, -1);
+    EXPECT_LT(ms, 300 + kSlackMs);
+    EXPECT_EQ(Kovo_GetLastError(nullptr), KOVO_ERR_TIMEOUT);
+    rtsp_close_socket(&conn);
+    close(listener);
 }
 
 }  // namespace
