@@ -643,7 +643,8 @@ KOVO_API long Kovo_SetAudioCallBack(long lStreamID, fAudioCallBack cbAudioDataFu
  * reads, no keep-alive, no events. The queue bound alone is always on. */
 typedef struct {
     int nConnectTimeoutMs;  /* bound on each TCP connect of a login or reconnect; 0: the system's own */
-    int nReplyTimeoutMs;    /* bound on the wait for each reply; 0: wait as long as it takes */
+    int nReplyTimeoutMs;    /* bound on the wait for each reply (and on sending each request to a
+                               camera that stops reading); 0: wait as long as it takes */
     int nStallTimeoutMs;    /* an open stream without media for this long reports KOVO_EVENT_STREAM_STALLED; 0: never */
     int nKeepAliveSec;      /* a keep-alive request on the streaming session every N s; 0: none;
                                -1: half the Session timeout the camera announced (60 s when it names none) */
