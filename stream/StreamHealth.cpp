@@ -48,23 +48,24 @@ int StreamHealth::remaining(int64_t due, int64_t now) {
 
 int StreamHealth::waitMs(int64_t now, int idleMs) const {
     int wait = idleMs;
-    if (stallMs_ && !stalled_) wait = std::min(wait, remaining(lastMedia_ + stallMs_, now));
+    if (stallMs_ && !stalled_) wait = std::min(wait, remaining(lastMedia_.load() + stallMs_, now));
     if (keepAliveMs_) wait = std::min(wait, remaining(nextKeepAlive_, now));
     if (awaitingReply_) wait = std::min(wait, remaining(replyDue_, now));
     return wait;
 }
 
-bool StreamHealth::onMedia(int64_t now) {
-    lastMedia_ = now;
-    const bool resumed = stalled_;
+bool StreamHealth::resumed() {
+    if (!stalled_ || lastMedia_.load() == stalledAfter_) return false;
     stalled_ = false;
-    return resumed;
+    return true;
 }
 
 long StreamHealth::stallBegins(int64_t now) {
-    if (!stallMs_ || stalled_ || now - lastMedia_ < stallMs_) return -1;
+    const int64_t last = lastMedia_.load();
+    if (!stallMs_ || stalled_ || now - last < stallMs_) return -1;
     stalled_ = true;
-    return long(now - lastMedia_);
+    stalledAfter_ = last;
+    return long(now - last);
 }
 
 bool StreamHealth::keepAliveDue(int64_t now) const { return keepAliveMs_ && now >= nextKeepAlive_; }

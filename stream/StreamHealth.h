@@ -1,7 +1,8 @@
-// Health of one open stream, kept by its receive thread: when media last
-// arrived, whether the stream is stalled, and when the next keep-alive is due
-// and its reply expected. Pure bookkeeping on a millisecond clock; the
-// receive thread sends, waits and reports.
+// Health of one open stream: when media last arrived (noted by the thread
+// that reads the connection), whether the stream is stalled, and when the
+// next keep-alive is due and its reply expected (the stream's own thread).
+// Pure bookkeeping on a millisecond clock; the stream's thread sends, waits
+// and reports.
 #ifndef KOVO_STREAM_STREAMHEALTH_H
 #define KOVO_STREAM_STREAMHEALTH_H
 
@@ -26,14 +27,16 @@ public:
 
     void configure(int stallMs, int keepAliveMs, int replyMs, int64_t now);
 
-    // How long the receive thread may wait before something here is due.
+    // How long the stream's thread may wait before something here is due.
     int waitMs(int64_t now, int idleMs) const;
 
-    // Media arrived; true when it ends a stall.
-    bool onMedia(int64_t now);
+    // Media arrived (from the thread that reads the connection).
+    void onMedia(int64_t now) { lastMedia_.store(now); }
+    // True once when media arrived after a stall began.
+    bool resumed();
     // The ms since the last media when a stall begins now, else -1.
     long stallBegins(int64_t now);
-    int64_t lastMedia() const { return lastMedia_; }
+    int64_t lastMedia() const { return lastMedia_.load(); }
 
     bool keepAliveOn() const { return keepAliveMs_ > 0; }
     bool keepAliveDue(int64_t now) const;
@@ -54,8 +57,9 @@ private:
     int stallMs_ = 0;
     int keepAliveMs_ = 0;
     int replyMs_ = 0;
-    int64_t lastMedia_ = 0;
+    std::atomic<int64_t> lastMedia_{0};
     bool stalled_ = false;
+    int64_t stalledAfter_ = 0;  // the last media before the stall
     int64_t nextKeepAlive_ = 0;
     int64_t replyDue_ = 0;
     bool awaitingReply_ = false;

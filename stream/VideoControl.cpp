@@ -1,6 +1,5 @@
 #include "stream/VideoControl.h"
 
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -12,6 +11,7 @@
 #include "sdk/Device.h"
 #include "sdk/Trace.h"
 #include "stream/Deinterleaver.h"
+#include "stream/LibraryThread.h"
 #include "stream/rtp.h"
 
 namespace {
@@ -32,14 +32,12 @@ CVideoControl::CVideoControl(int width, int height, int frameRate)
     : m_nSourceVideoWidth(width), m_nSourceVideoHeight(height), m_nFrameRate(frameRate) {
     m_DataList = new CDataList;
     m_pVTempEvbuffer = newBuffer(nullptr, nullptr);
-    m_nWakeFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
 }
 
 CVideoControl::~CVideoControl() {
     StopThread();
     evbuffer_free(m_pVTempEvbuffer);
     delete m_DataList;
-    if (m_nWakeFd >= 0) close(m_nWakeFd);
 }
 
 int CVideoControl::SetRealDataCallBack(DATA_TYPE_E type, fRealDataCallBack cb, unsigned long user) {
@@ -165,37 +163,22 @@ int CVideoControl::ProcessAudioCallBackDecode(unsigned char* data, unsigned long
 
 void CVideoControl::StartThread() {
     if (m_nSocket < 0 && m_pDevice) m_nSocket = static_cast<CDevice*>(m_pDevice)->stream.s;
-    m_nRunRecvThread = 1;
-    m_recvThreadAlive = true;
-    int rc = pthread_create(&m_nRecvThreadID, nullptr, RecvThreadProc, this);
-    if (rc != 0) {
-        kovo::tracef("pthread_create RecvThreadProc error: %s\n", strerror(rc));
-        fflush(stdout);
-        exit(-1);
-    }
-    m_recvStarted = true;
+    m_linkWatched = true;
     m_nRunAssembleFrame = 1;
-    rc = pthread_create(&m_nAssembleThreadID, nullptr, AssembleFrameProc, this);
+    const int rc = kovo::StartLibraryThread(&m_nAssembleThreadID, AssembleFrameProc, this,
+                                            kovo::kStreamThreadStack);
     if (rc != 0) {
         kovo::tracef("pthread_create AssembleFrameProc error: %s\n", strerror(rc));
         fflush(stdout);
         exit(-3);
     }
     m_assembleStarted = true;
+    startReceiving();
 }
 
 void CVideoControl::StopThread() {
     const pthread_t self = pthread_self();
-    m_nRunRecvThread = 0;
-    if (m_recvStarted && !pthread_equal(self, m_nRecvThreadID)) {
-        if (m_nWakeFd >= 0) {
-            uint64_t one = 1;
-            ssize_t written = write(m_nWakeFd, &one, sizeof one);
-            (void)written;  // a full counter is already readable
-        }
-        pthread_join(m_nRecvThreadID, nullptr);
-        m_recvStarted = false;
-    }
+    stopReceiving();
     m_nRunAssembleFrame = 0;
     if (m_assembleStarted && !pthread_equal(self, m_nAssembleThreadID)) {
         m_DataList->WakeNetworkWaiters();
@@ -207,27 +190,15 @@ void CVideoControl::StopThread() {
 void CVideoControl::Destroy(CVideoControl* control) {
     if (!control) return;
     const pthread_t self = pthread_self();
-    const bool onRecv = control->m_recvStarted && pthread_equal(self, control->m_nRecvThreadID);
-    const bool onAssemble =
-        control->m_assembleStarted && pthread_equal(self, control->m_nAssembleThreadID);
-    if (!onRecv && !onAssemble) {
+    if (!control->m_assembleStarted || !pthread_equal(self, control->m_nAssembleThreadID)) {
         delete control;
         return;
     }
-    if (onAssemble) control->ConnectType = CONNECT_TYPE_NONE;  // the rest of this chunk is not delivered
-    control->m_nRunRecvThread = 0;
-    control->m_nRunAssembleFrame = 0;
-    control->StopThread();  // joins the other thread only
+    control->ConnectType = CONNECT_TYPE_NONE;  // the rest of this chunk is not delivered
+    control->StopThread();  // stops the reading; this thread ends after the callback
     pthread_detach(self);
-    (onRecv ? control->m_recvStarted : control->m_assembleStarted) = false;
+    control->m_assembleStarted = false;
     control->m_deleteOnExit = true;
-}
-
-void* CVideoControl::RecvThreadProc(void* self) {
-    auto* control = static_cast<CVideoControl*>(self);
-    control->receiveLoop();
-    if (control->m_deleteOnExit) delete control;
-    return nullptr;
 }
 
 void* CVideoControl::AssembleFrameProc(void* self) {
@@ -245,11 +216,14 @@ void* CVideoControl::DecodeFrameProc(void* self) {
 
 void CVideoControl::assembleLoop() {
     while (m_nRunAssembleFrame) {
-        CNetworkData* item = m_DataList->WaitNetworkData(kIdleWaitMs);
-        if (!item) continue;
-        if (item->afterDrop) restartAfterDrop();
-        AssembleChunk(item->GetData(), item->GetLen());
-        delete item;
+        CNetworkData* item = m_DataList->WaitNetworkData(linkWaitMs());
+        if (item) {
+            reportReading();
+            if (item->afterDrop) restartAfterDrop();
+            if (m_nRunAssembleFrame) AssembleChunk(item->GetData(), item->GetLen());
+            delete item;
+        }
+        if (m_nRunAssembleFrame) watchLink(kovo::MonotonicMs());
     }
 }
 
@@ -283,6 +257,7 @@ int CVideoControl::RTPRecvfrom(int fd, short, void*) {
 }
 
 int CVideoControl::RTPRecvOverTCP(int fd, short, void*) {
-    int n = rtp_recv(fd, m_strRecvBuf, sizeof m_strRecvBuf);
+    if (!m_strRecvBuf) m_strRecvBuf.reset(new char[kRecvChunk]);
+    int n = rtp_recv(fd, m_strRecvBuf.get(), kRecvChunk);
     return n < 0 ? 0 : n;
 }

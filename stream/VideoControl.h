@@ -1,7 +1,8 @@
-// Per-stream controller: a receive thread reads the device's stream socket
-// into the network queue; an assemble thread de-interleaves the bytes, hands
-// each packet to the depacketiser of its track and delivers the frames that
-// come out to the application's callbacks.
+// Per-stream controller: the shared receive loop (ReceiveLoop.h) reads the
+// device's stream socket into the network queue; the stream's assemble
+// thread de-interleaves the bytes, hands each packet to the depacketiser of
+// its track, delivers the frames that come out to the application's
+// callbacks and watches the link (StreamLink.cpp).
 #ifndef KOVO_STREAM_VIDEOCONTROL_H
 #define KOVO_STREAM_VIDEOCONTROL_H
 
@@ -19,19 +20,19 @@
 #include "stream/H264Depacketizer.h"
 #include "stream/JpegDepacketizer.h"
 #include "stream/ReceiveBatch.h"
+#include "stream/ReceiveLoop.h"
 #include "stream/StreamHealth.h"
 #include "stream/StreamSdp.h"
 #include "stream/StreamTrack.h"
 #include "stream/UnixStd.h"
 
-class CVideoControl final : private ChannelSink, private kovo::FrameSink {
+class CVideoControl final : private ChannelSink, private kovo::FrameSink, private kovo::ReceiveSource {
 public:
     static constexpr int kRecvChunk = 32768;
-    // Both threads are woken at once by data or by StopThread, so their waits
-    // need no short time-out; an idle stream then costs next to no CPU. The
-    // short receive poll remains for when no wake-up descriptor is available.
+    // The assemble thread is woken at once by data, by the reading side's
+    // news or by StopThread, so its wait needs no short time-out (only the
+    // link's deadlines); an idle stream then costs next to no CPU.
     static constexpr int kIdleWaitMs = 5000;
-    static constexpr int kRecvWaitMs = 20;
     // Storage of the temporary buffer kept between chunks; a key frame's
     // larger storage is given back.
     static constexpr uint32_t kKeptTempStorage = 32 * 1024;
@@ -48,7 +49,7 @@ public:
     void HasAudio(int hasAudio) { m_bHasAudio = hasAudio; }
     void SetWnd(unsigned long wnd) { m_hWnd = wnd; }
     void SetConnectType(CONNECT_TYPE_E type) { ConnectType = type; }
-    // The socket the receive thread reads; taken from the device when unset.
+    // The socket the receive loop reads; taken from the device when unset.
     void SetSocket(int fd) { m_nSocket = fd; }
     // How packets are read; set before the first packet arrives.
     void SetReceiveRules(kovo::ReceiveRules rules) { m_rules = rules; }
@@ -92,10 +93,10 @@ public:
 
     void StartThread();
     void StopThread();
-    // Deletes a controller. Called from one of its own threads (an
+    // Deletes a controller. Called from its own assemble thread (an
     // application closing its stream from a frame or event callback) that
-    // thread cannot be joined: processing stops, the other thread is joined
-    // and the calling one deletes the controller once the callback returned.
+    // thread cannot be joined: reading and processing stop, and the thread
+    // deletes the controller once the callback returned.
     static void Destroy(CVideoControl* control);
 
     // One pass of de-interleaving over the temporary buffer.
@@ -117,12 +118,10 @@ public:
     int SourceWidth() const { return m_nSourceVideoWidth; }
     int SourceHeight() const { return m_nSourceVideoHeight; }
     int StartProcessData() const { return m_StartProcessData; }
-    bool ReceiveThreadRunning() const { return m_recvThreadAlive.load(); }
 
 private:
     friend void on_evbuffer_call_back(CBuffer*, uint32_t, uint32_t, void*);
     friend void on_audio_dataprocess_call(CBuffer*, uint32_t, uint32_t, void*);
-    static void* RecvThreadProc(void* self);
     static void* AssembleFrameProc(void* self);
     static void* DecodeFrameProc(void* self);
     // One medium of the stream.
@@ -140,8 +139,11 @@ private:
         bool delivered = false;
     };
 
-    void receiveLoop();
-    bool readWaiting();
+    // The reading side, on the receive loop's thread (StreamLink.cpp).
+    void startReceiving();
+    void stopReceiving();
+    bool readReady(int64_t now) override;
+    int handOverDue(int64_t now) override;
     void handOverBatch();
     void assembleLoop();
     void prepareTracks();
@@ -154,8 +156,11 @@ private:
     void onReply(int status) override { m_health.replyArrived(status); }
     void onFrame(const kovo::MediaFrame& frame) override;
     void onFrameDropped(DATA_TYPE_E dataType) override;
-    // Receive-thread work of the link options (ReceiveThread.cpp).
-    bool checkHealth(int64_t now);
+    // The link's news and health, on the assemble thread (StreamLink.cpp).
+    int linkWaitMs() const;
+    void reportReading();
+    void watchLink(int64_t now);
+    void checkHealth(int64_t now);
     void sendKeepAlive(int64_t now);
     void linkLost();
     void emitEvent(KOVO_EVENT_E event, long detail);
@@ -200,22 +205,24 @@ private:
     kovo::H264Depacketizer* m_h264 = nullptr;  // the video unit when it is H.264
     kovo::AacDepacketizer* m_aac = nullptr;
     CDataList* m_DataList = nullptr;
-    pthread_t m_nRecvThreadID{};
     pthread_t m_nAssembleThreadID{};
-    bool m_recvStarted = false;
     bool m_assembleStarted = false;
-    bool m_deleteOnExit = false;  // set by Destroy on one of the stream's own threads
-    std::atomic<int> m_nRunRecvThread{0};
+    bool m_deleteOnExit = false;  // set by Destroy on the assemble thread
+    std::atomic<int> m_nRunRecvThread{0};  // the receive loop reads the socket
     std::atomic<int> m_nRunAssembleFrame{0};
     std::atomic<int> m_nRunDecodeFrame{0};
-    std::atomic<bool> m_recvThreadAlive{false};
     int m_bHasAudio = 0;
     void* m_pDevice = nullptr;
     int m_lStreamID = 0;
     int m_nSocket = -1;
-    int m_nWakeFd = -1;  // eventfd written by StopThread to end the receive wait
-    char m_strRecvBuf[kRecvChunk];
+    std::unique_ptr<char[]> m_strRecvBuf;  // RTPRecvOverTCP's, made on first use
     kovo::ReceiveBatch m_batch;  // read, not yet handed to the assemble thread
+    // News of the reading side for the assemble thread.
+    std::atomic<uint64_t> m_droppedBytes{0};  // at the queue limit, not yet reported
+    std::atomic<bool> m_linkEnded{false};     // the connection was closed or failed
+    int m_linkEndedRead = 0;                  // what recv returned then
+    int m_linkEndedError = 0;                 // and its errno (0: closed)
+    bool m_linkWatched = false;  // health and loss still reported (assemble thread)
     int m_iStampWrongCount = 0;
 
     kovo::StreamHealth m_health;

@@ -1,9 +1,8 @@
-// The stream's receive thread: reads the stream connection into the network
-// queue and, with the device's link options, watches for stalls, sends
-// keep-alives and reports what happens to the link.
-#include <poll.h>
+// A stream's link: the shared receive loop reads its connection into the
+// batch and the network queue (ReceiveSource); the stream's own assemble
+// thread reports what happened to the link, watches for stalls and sends
+// keep-alives, so every event reaches the application on that thread.
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -15,6 +14,7 @@
 #include "sdk/Device.h"
 #include "sdk/Reconnect.h"
 #include "sdk/Trace.h"
+#include "stream/ReceiveLoop.h"
 #include "stream/StreamEvents.h"
 #include "stream/VideoControl.h"
 
@@ -44,32 +44,21 @@ void CVideoControl::noteFrameDelivered() {
     emitEvent(KOVO_EVENT_STREAM_STARTED, 0);
 }
 
-void CVideoControl::receiveLoop() {
-    const bool wakeable = m_nWakeFd >= 0;
-    while (m_nRunRecvThread) {
-        if (!GetDevice() && m_nSocket < 0) {
-            kovo::traceputs("pDev==NULL");
-            usleep(20000);
-            continue;
-        }
-        pollfd fds[2] = {{m_nSocket, POLLIN, 0}, {m_nWakeFd, POLLIN, 0}};
-        const int64_t before = kovo::MonotonicMs();
-        int wait = wakeable ? m_health.waitMs(before, kIdleWaitMs) : kRecvWaitMs;
-        const int held = m_batch.waitMs(before);
-        if (held >= 0 && held < wait) wait = held;
-        const int ready = poll(fds, wakeable ? 2 : 1, wait);
-        if (ready < 0 && errno != EINTR) usleep(10000);
-        if (ready > 0 && (fds[1].revents & POLLIN)) continue;  // woken to stop
-        if (ready > 0 && fds[0].revents && !readWaiting()) break;
-        if (m_batch.due(kovo::MonotonicMs())) handOverBatch();
-        if (!m_nRunRecvThread || !checkHealth(kovo::MonotonicMs())) break;
-    }
-    m_recvThreadAlive = false;
+// ---- on the receive loop's thread ------------------------------------------
+
+void CVideoControl::startReceiving() {
+    m_nRunRecvThread = 1;
+    if (m_nSocket < 0) kovo::traceputs("pDev==NULL");
+    if (m_nSocket < 0 || !kovo::WatchSource(m_nSocket, this)) m_nRunRecvThread = 0;
+}
+
+void CVideoControl::stopReceiving() {
+    if (m_nRunRecvThread.exchange(0)) kovo::ForgetSource(this);
 }
 
 // Reads all the connection holds now into the batch. False when the
 // connection ended (what was read before is handed over first).
-bool CVideoControl::readWaiting() {
+bool CVideoControl::readReady(int64_t now) {
     for (;;) {
         uint32_t room = 0;
         char* into = m_batch.room(&room);
@@ -80,20 +69,25 @@ bool CVideoControl::readWaiting() {
         const ssize_t n = recv(m_nSocket, into, room, MSG_DONTWAIT);
         if (n < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK)) return true;
         if (n <= 0) {
-            const int error = n < 0 ? errno : 0;
+            m_linkEndedError = n < 0 ? errno : 0;
+            m_linkEndedRead = int(n);
             handOverBatch();
-            kovo::tracef("recv len <=0: %d , disconnected ! exit thread!\n", int(n));
-            emitEvent(KOVO_EVENT_CONNECTION_LOST, error);
-            if (m_nRunRecvThread) linkLost();
+            m_linkEnded = true;
+            m_DataList->WakeNetworkWaiters();
             return false;
         }
-        const int64_t now = kovo::MonotonicMs();
-        const bool resumed = !startsWithReply(into, n) && m_health.onMedia(now);
+        if (!startsWithReply(into, n)) m_health.onMedia(now);
         m_batch.added(uint32_t(n), now);
-        if (resumed) emitEvent(KOVO_EVENT_STREAM_RESUMED, 0);
         // A short read took all there was: no need to ask again.
         if (uint32_t(n) < room || m_batch.size() >= kovo::ReceiveBatch::kHandOverBytes) return true;
     }
+}
+
+int CVideoControl::handOverDue(int64_t now) {
+    if (m_batch.empty()) return -1;
+    if (!m_batch.due(now)) return m_batch.waitMs(now);
+    handOverBatch();
+    return -1;
 }
 
 void CVideoControl::handOverBatch() {
@@ -102,29 +96,59 @@ void CVideoControl::handOverBatch() {
         m_DataList->PutNetworkDataBounded(const_cast<char*>(m_batch.data()), int(m_batch.size()), m_queueLimit);
     m_batch.handedOver();
     if (dropped) {
+        m_droppedBytes += dropped;
+        m_DataList->WakeNetworkWaiters();
+    }
+}
+
+// ---- on the stream's assemble thread ---------------------------------------
+
+int CVideoControl::linkWaitMs() const {
+    return m_linkWatched ? m_health.waitMs(kovo::MonotonicMs(), kIdleWaitMs) : kIdleWaitMs;
+}
+
+// What the reading side saw since the last look: bytes dropped at the queue
+// limit, media after a stall. Reported before the bytes that follow them.
+void CVideoControl::reportReading() {
+    if (!m_nRunAssembleFrame) return;  // closed, perhaps logged out, from a callback
+    if (const uint64_t dropped = m_droppedBytes.exchange(0)) {
         KovoTrace("Stream %d: queue limit of %llu KB reached, %llu bytes dropped up to the next whole frame\n",
                   m_lStreamID, (unsigned long long)(m_queueLimit / 1024), (unsigned long long)dropped);
         emitEvent(KOVO_EVENT_FRAMES_DROPPED, long(dropped));
     }
+    if (m_nRunAssembleFrame && m_linkWatched && m_health.resumed()) emitEvent(KOVO_EVENT_STREAM_RESUMED, 0);
 }
 
-// False when the thread is to end (the stream was closed from an event
-// callback, or it goes to reconnection).
-bool CVideoControl::checkHealth(int64_t now) {
+void CVideoControl::watchLink(int64_t now) {
+    reportReading();
+    if (!m_nRunAssembleFrame || !m_linkWatched) return;
+    if (m_linkEnded) {
+        m_linkWatched = false;
+        kovo::tracef("recv len <=0: %d , disconnected ! exit thread!\n", m_linkEndedRead);
+        emitEvent(KOVO_EVENT_CONNECTION_LOST, m_linkEndedError);
+        if (m_nRunAssembleFrame) linkLost();
+        return;
+    }
+    checkHealth(now);
+}
+
+void CVideoControl::checkHealth(int64_t now) {
     const long stalledFor = m_health.stallBegins(now);
     if (stalledFor >= 0) {
         emitEvent(KOVO_EVENT_STREAM_STALLED, stalledFor);
-        if (!m_nRunRecvThread) return false;
+        if (!m_nRunAssembleFrame) return;
         if (m_reconnect) {
+            m_linkWatched = false;
+            stopReceiving();
             linkLost();
-            return false;
+            return;
         }
     }
     int status = 0;
     switch (m_health.keepAliveOutcome(now, &status)) {
         case kovo::StreamHealth::Reply::Failed:
             emitEvent(KOVO_EVENT_KEEPALIVE_FAILED, status);
-            if (!m_nRunRecvThread) return false;
+            if (!m_nRunAssembleFrame) return;
             break;
         case kovo::StreamHealth::Reply::Unsupported:
             sendKeepAlive(now);  // again at once, as OPTIONS
@@ -133,7 +157,6 @@ bool CVideoControl::checkHealth(int64_t now) {
             break;
     }
     if (m_health.keepAliveDue(now)) sendKeepAlive(now);
-    return true;
 }
 
 void CVideoControl::sendKeepAlive(int64_t now) {
@@ -150,7 +173,8 @@ void CVideoControl::sendKeepAlive(int64_t now) {
     m_health.keepAliveSent(now);
 }
 
-// With reconnection on, the device's links are replaced; this thread ends.
+// With reconnection on, the device's links are replaced and this controller
+// is stopped by the attempts' thread.
 void CVideoControl::linkLost() {
     if (m_reconnect && m_pDevice) kovo::StartReconnect(static_cast<CDevice*>(m_pDevice));
 }
