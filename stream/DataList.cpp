@@ -15,7 +15,20 @@ CNetworkData::CNetworkData(const char* data, uint32_t length)
     memcpy(m_data, data, length);
 }
 
-CNetworkData::~CNetworkData() { delete[] m_data; }
+CNetworkData* CNetworkData::Adopt(char* data, uint32_t length) {
+    CNetworkData* item = new CNetworkData;
+    item->m_data = data;
+    item->m_len = length;
+    item->m_adopted = true;
+    return item;
+}
+
+CNetworkData::~CNetworkData() {
+    if (m_adopted)
+        free(m_data);
+    else
+        delete[] m_data;
+}
 
 CFrameData::CFrameData(const unsigned char* data, uint32_t length, unsigned long long timeStamp)
     : m_data(new unsigned char[length ? length : 1]), m_len(length), m_timeStamp(timeStamp) {
@@ -54,6 +67,11 @@ int CDataList::PutNetworkData(char* data, int length) {
     }
     CNetworkData* item = new CNetworkData(data, uint32_t(length));
     m_mtxNetworkData.Lock();
+    appendNetworkAndUnlock(item);
+    return 0;
+}
+
+void CDataList::appendNetworkAndUnlock(CNetworkData* item) {
     if (m_networkTail)
         m_networkTail->m_next = item;
     else
@@ -66,7 +84,6 @@ int CDataList::PutNetworkData(char* data, int length) {
     bool wake = m_networkWaiters > 0;
     m_mtxNetworkData.UnLock();
     if (wake) pthread_cond_signal(&m_networkArrived);
-    return 0;
 }
 
 uint64_t CDataList::PutNetworkDataBounded(char* data, int length, uint64_t limit) {
@@ -77,6 +94,23 @@ uint64_t CDataList::PutNetworkDataBounded(char* data, int length, uint64_t limit
         PutNetworkData(data, length);
         return 0;
     }
+    return dropNetworkAndUnlock(held);
+}
+
+uint64_t CDataList::PutNetworkItemBounded(CNetworkData* item, uint64_t limit) {
+    m_mtxNetworkData.Lock();
+    const uint64_t held = m_networkBytes + item->m_len;
+    if (held <= limit) {
+        appendNetworkAndUnlock(item);
+        return 0;
+    }
+    const uint64_t dropped = dropNetworkAndUnlock(held);
+    delete item;
+    return dropped;
+}
+
+// Empties the queue; returns held.
+uint64_t CDataList::dropNetworkAndUnlock(uint64_t held) {
     CNetworkData* dropped = m_networkHead;
     m_networkHead = m_networkTail = nullptr;
     m_networkCount = 0;

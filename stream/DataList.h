@@ -27,6 +27,8 @@ public:
 class CNetworkData {
 public:
     CNetworkData(const char* data, uint32_t length);
+    // Takes over length bytes at data, allocated with malloc: no copy.
+    static CNetworkData* Adopt(char* data, uint32_t length);
     ~CNetworkData();
     CNetworkData(const CNetworkData&) = delete;
     CNetworkData& operator=(const CNetworkData&) = delete;
@@ -38,8 +40,10 @@ public:
 
 private:
     friend class CDataList;
-    char* m_data;
-    uint32_t m_len;
+    CNetworkData() = default;
+    char* m_data = nullptr;
+    uint32_t m_len = 0;
+    bool m_adopted = false;  // m_data is malloc's, not new[]'s
     CNetworkData* m_next = nullptr;  // queue link: no extra node allocation per item
 };
 
@@ -72,6 +76,8 @@ public:
     // this chunk; past it, drops everything queued and the chunk and returns
     // the bytes dropped (0 when the chunk was queued).
     uint64_t PutNetworkDataBounded(char* data, int length, uint64_t limit);
+    // The same for an item made by the caller (taken over in every case).
+    uint64_t PutNetworkItemBounded(CNetworkData* item, uint64_t limit);
     CNetworkData* GetNetworkData();
     // Like GetNetworkData, but when the queue is empty waits up to timeoutMs
     // for a PutNetworkData or a WakeNetworkWaiters.
@@ -85,6 +91,9 @@ public:
 
 private:
     CNetworkData* popNetworkLocked();
+    // Called with m_mtxNetworkData held; release it.
+    void appendNetworkAndUnlock(CNetworkData* item);
+    uint64_t dropNetworkAndUnlock(uint64_t held);
 
     CMyMutex m_mtxNetworkData;
     CMyMutex m_mtxFrame;

@@ -19,7 +19,7 @@ constexpr int kSps = 7;
 constexpr int kStapA = 24;
 constexpr int kFuA = 28;
 // Frame storage kept between frames; a key frame's larger storage is given back.
-constexpr uint32_t kKeptFrameStorage = 32 * 1024;
+constexpr uint32_t kKeptFrameStorage = 16 * 1024;
 
 uint32_t readLengthPrefix(const CBuffer* recv) {
     uint32_t length = 0;

@@ -80,6 +80,14 @@ int ReceiveBatch::waitMs(int64_t nowMs) const {
     return left > 0 ? int(left) : 0;
 }
 
+char* ReceiveBatch::takeBytes() {
+    char* bytes = m_data;
+    m_data = nullptr;
+    m_capacity = 0;
+    handedOver();
+    return bytes;
+}
+
 void ReceiveBatch::handedOver() {
     // A header cut by the hand-over is found again by the resynchronising
     // scan (which hands over at once), so nothing is ever held back wrongly.

@@ -38,6 +38,9 @@ public:
     int waitMs(int64_t nowMs) const;
     // The bytes went to the assemble thread.
     void handedOver();
+    // Gives the bytes' storage (malloc's, size() bytes) to the caller, who
+    // hands it over without a copy; the batch starts empty without storage.
+    char* takeBytes();
 
 private:
     void scan();

@@ -27,7 +27,12 @@ constexpr uint64_t kWakeToken = 0;
 class ReceiveLoop {
 public:
     bool watch(int fd, ReceiveSource* source);
+    // No-op for a source this loop does not watch.
     void forget(ReceiveSource* source);
+    size_t size() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return entries_.size();
+    }
 
 private:
     struct Entry {
@@ -185,16 +190,37 @@ void ReceiveLoop::run() {
     }
 }
 
-ReceiveLoop& theLoop() {
+// One loop per core, so that reading keeps up on every core and no single
+// thread waits behind the streams' own threads for its turn.
+struct LoopPool {
+    LoopPool() {
+        const long cores = sysconf(_SC_NPROCESSORS_ONLN);
+        count = cores < 1 ? 1 : cores > kMaxLoops ? kMaxLoops : int(cores);
+    }
+    static constexpr int kMaxLoops = 8;
+    int count;
+    ReceiveLoop loops[kMaxLoops];
+};
+
+LoopPool& pool() {
     // Never destroyed: a stream still open at exit keeps using it.
-    static ReceiveLoop* loop = new ReceiveLoop;
-    return *loop;
+    static LoopPool* loops = new LoopPool;
+    return *loops;
 }
 
 }  // namespace
 
-bool WatchSource(int fd, ReceiveSource* source) { return theLoop().watch(fd, source); }
+bool WatchSource(int fd, ReceiveSource* source) {
+    LoopPool& all = pool();
+    ReceiveLoop* least = &all.loops[0];
+    for (int i = 1; i < all.count; ++i)
+        if (all.loops[i].size() < least->size()) least = &all.loops[i];
+    return least->watch(fd, source);
+}
 
-void ForgetSource(ReceiveSource* source) { theLoop().forget(source); }
+void ForgetSource(ReceiveSource* source) {
+    LoopPool& all = pool();
+    for (int i = 0; i < all.count; ++i) all.loops[i].forget(source);
+}
 
 }  // namespace kovo

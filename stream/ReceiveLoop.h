@@ -1,7 +1,7 @@
-// One thread reads the connections of every open stream. A thread per
-// stream would wake for every packet a camera writes; this one waits on all
-// the connections at once (epoll) and lets each ready stream read what is
-// waiting, so its cost follows the bytes. The streams' own threads run the
+// A few threads (one per core) read the connections of every open stream. A
+// thread per stream would wake for every packet a camera writes; these wait
+// on many connections at once (epoll) and let each ready stream read what is
+// waiting, so the cost follows the bytes. The streams' own threads run the
 // assembly and every application callback: nothing here calls the
 // application, and nothing here waits for a stream's thread.
 #ifndef KOVO_STREAM_RECEIVELOOP_H
@@ -11,8 +11,8 @@
 
 namespace kovo {
 
-// A stream connection as the loop sees it. Both calls come on the loop's
-// thread, one at a time for all sources.
+// A stream connection as the loop sees it. Both calls come on the thread
+// of the loop that watches it, one at a time.
 class ReceiveSource {
 public:
     // The connection is readable, closed or failed: read what is waiting.
@@ -26,11 +26,11 @@ protected:
     ~ReceiveSource() = default;
 };
 
-// Starts watching fd for source (the loop's thread starts with the first
-// source). False when the loop cannot watch it.
+// Starts watching fd for source on the least busy loop (a loop's thread
+// starts with its first source). False when it cannot be watched.
 bool WatchSource(int fd, ReceiveSource* source);
-// Once this returns the loop no longer calls source. The loop's thread ends
-// with the last source. Never call it from the loop's thread.
+// Once this returns no loop calls source any more. A loop's thread ends with
+// its last source. Never call it from a loop's thread.
 void ForgetSource(ReceiveSource* source);
 
 }  // namespace kovo

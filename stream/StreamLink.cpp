@@ -63,7 +63,8 @@ bool CVideoControl::readReady(int64_t now) {
         uint32_t room = 0;
         char* into = m_batch.room(&room);
         if (!into) {
-            handOverBatch();  // out of memory: make room rather than stop reading
+            if (m_batch.empty()) return true;  // out of memory: try again later
+            handOverBatch();  // make room rather than stop reading
             continue;
         }
         const ssize_t n = recv(m_nSocket, into, room, MSG_DONTWAIT);
@@ -92,9 +93,9 @@ int CVideoControl::handOverDue(int64_t now) {
 
 void CVideoControl::handOverBatch() {
     if (m_batch.empty()) return;
-    const uint64_t dropped =
-        m_DataList->PutNetworkDataBounded(const_cast<char*>(m_batch.data()), int(m_batch.size()), m_queueLimit);
-    m_batch.handedOver();
+    const uint32_t size = m_batch.size();
+    CNetworkData* item = CNetworkData::Adopt(m_batch.takeBytes(), size);
+    const uint64_t dropped = m_DataList->PutNetworkItemBounded(item, m_queueLimit);
     if (dropped) {
         m_droppedBytes += dropped;
         m_DataList->WakeNetworkWaiters();

@@ -33,9 +33,10 @@ public:
     // news or by StopThread, so its wait needs no short time-out (only the
     // link's deadlines); an idle stream then costs next to no CPU.
     static constexpr int kIdleWaitMs = 5000;
-    // Storage of the temporary buffer kept between chunks; a key frame's
-    // larger storage is given back.
-    static constexpr uint32_t kKeptTempStorage = 32 * 1024;
+    // Storage of the temporary buffer kept between chunks: none, as it is
+    // empty after almost every chunk; a thousand streams need not each
+    // hold storage they use for a moment 25 times a second.
+    static constexpr uint32_t kKeptTempStorage = 0;
 
     CVideoControl(int width, int height, int frameRate);
     ~CVideoControl();
