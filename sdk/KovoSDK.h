@@ -74,6 +74,8 @@ typedef enum {
 
 /* All callbacks run on the stream's own assemble thread; the data pointer is
  * valid only during the call. dwUser is the value given at registration.
+ * The library's threads have 256 KB stacks (so that a thousand streams fit
+ * in a 32-bit process): keep large buffers off the stack in callbacks.
  * fRealDataCallBack carries no stream id: tell streams apart by dwUser. */
 typedef void (*fRealDataCallBack)(DATA_TYPE_E eDataType, FRAME_TYPE_E eFrameType,
                                   unsigned char* pData, unsigned long nLength,
