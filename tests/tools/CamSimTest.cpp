@@ -79,7 +79,8 @@ protected:
     static void SetUpTestSuite() {
         if (!CamSimProcess::available()) return;
         sim_ = new CamSimProcess();
-        started_ = sim_->start({"--size", "320x240", "--fps", "20"});
+        // Grain makes pictures large enough for H.264 to need FU-A.
+        started_ = sim_->start({"--size", "320x240", "--fps", "20", "--grain", "20"});
     }
     static void TearDownTestSuite() {
         delete sim_;
@@ -323,10 +324,9 @@ TEST_F(CamSim, ProxiedLoginBindsTheControlChannel) {
 // ---- live media through the library -----------------------------------------
 
 // ffprobe's one-line answer about the first stream of a file.
-std::string probe(const std::string& path, const std::string& format, const std::string& entries) {
+std::string probe(const std::string& path, const std::string& format, const std::string& options) {
     std::string text;
-    runCommand("ffprobe -v error -f " + format + " -select_streams 0 -show_entries " + entries + " -of csv=p=0 '" +
-                   path + "'", &text);
+    runCommand("ffprobe -v error -f " + format + " -select_streams 0 " + options + " -of csv=p=0 '" + path + "'", &text);
     return text;
 }
 
@@ -371,7 +371,7 @@ TEST_F(CamSim, H264AndMotionJpegWithAudioDecodeFromTheFirstKeyFrameWhileSettings
         EXPECT_EQ(0, Kovo_CloseStream(id));
         EXPECT_EQ(0, Kovo_Logout(id));
     }
-    // The frames decode with ffmpeg and djpeg; their contents are the real-media decode test's concern.
+    // The frames decode with ffmpeg and djpeg (their contents are the real-media decode test's concern).
     ScratchDir dir;
     const auto jpegFrames = jpeg.frames(), h264Frames = h264.frames();
     EXPECT_EQ(0u, count(jpegFrames, H264DATA_TYPE));  // a Motion-JPEG stream says nothing to the H.264 callback
@@ -385,14 +385,25 @@ TEST_F(CamSim, H264AndMotionJpegWithAudioDecodeFromTheFirstKeyFrameWhileSettings
     EXPECT_EQ(0, ppm.compare(0, 15, "P6\n320 240\n255\n")) << ppm.substr(0, 200);
     EXPECT_EQ(I_FRAME, first(h264Frames, H264DATA_TYPE).frameType);
     EXPECT_EQ(0, first(h264Frames, H264DATA_TYPE).bytes.compare(0, 5, std::string("\0\0\0\1\x67", 5)));  // SPS first
-    writeFile(dir.file("video.h264"), joined(h264Frames, H264DATA_TYPE));
-    writeFile(dir.file("audio.aac"), joined(jpegFrames, AACDATA_TYPE));
-    EXPECT_EQ("320,240\n", probe(dir.file("video.h264"), "h264", "stream=width,height"));
-    EXPECT_EQ("aac,48000,2\n", probe(dir.file("audio.aac"), "aac", "stream=codec_name,sample_rate,channels"));
-    for (const char* file : {"video.h264", "audio.aac"}) {
+    const struct {
+        const char *file, *format;
+        const std::vector<FrameSink::Frame>& frames;
+        int type;
+        const char *entries, *info;
+    } media[] = {{"video.h264", "h264", h264Frames, H264DATA_TYPE, "stream=width,height", "320,240"},
+                 {"audio.aac", "aac", h264Frames, AACDATA_TYPE, "stream=codec_name,sample_rate,channels", "aac,48000,2"},
+                 {"audio2.aac", "aac", jpegFrames, AACDATA_TYPE, "stream=codec_name,sample_rate,channels", "aac,48000,2"}};
+    for (const auto& m : media) {
+        const std::string path = dir.file(m.file);
+        writeFile(path, joined(m.frames, m.type));
+        EXPECT_EQ(std::string(m.info) + "\n", probe(path, m.format, std::string("-show_entries ") + m.entries));
+        // Each delivered frame decodes to one picture or audio frame, without a complaint.
         std::string errors;
-        EXPECT_EQ(0, runCommand("ffmpeg -nostdin -v error -i '" + dir.file(file) + "' -f null -", &errors));
-        EXPECT_EQ("", errors) << file;
+        EXPECT_EQ(0, runCommand("ffmpeg -nostdin -v error -f " + std::string(m.format) + " -i '" + path + "' -f null -",
+                                &errors));
+        EXPECT_EQ("", errors) << m.file;
+        EXPECT_EQ(std::to_string(count(m.frames, m.type)) + "\n",
+                  probe(path, m.format, "-count_frames -show_entries stream=nb_read_frames"));
     }
 }
 
