@@ -71,7 +71,7 @@ int CDataList::PutNetworkData(char* data, int length) {
     return 0;
 }
 
-void CDataList::appendNetworkAndUnlock(CNetworkData* item) {
+void CDataList::appendNetworkAndUnlock(CNetworkData* item, bool signal) {
     if (m_networkTail)
         m_networkTail->m_next = item;
     else
@@ -81,7 +81,14 @@ void CDataList::appendNetworkAndUnlock(CNetworkData* item) {
     m_networkBytes += item->m_len;
     item->afterDrop = m_dropped;
     m_dropped = false;
-    bool wake = m_networkWaiters > 0;
+    bool wake = signal && m_networkWaiters > 0;
+    m_mtxNetworkData.UnLock();
+    if (wake) pthread_cond_signal(&m_networkArrived);
+}
+
+void CDataList::SignalNetworkWaiters() {
+    m_mtxNetworkData.Lock();
+    bool wake = m_networkWaiters > 0 && m_networkHead;
     m_mtxNetworkData.UnLock();
     if (wake) pthread_cond_signal(&m_networkArrived);
 }
@@ -101,7 +108,7 @@ uint64_t CDataList::PutNetworkItemBounded(CNetworkData* item, uint64_t limit) {
     m_mtxNetworkData.Lock();
     const uint64_t held = m_networkBytes + item->m_len;
     if (held <= limit) {
-        appendNetworkAndUnlock(item);
+        appendNetworkAndUnlock(item, false);
         return 0;
     }
     const uint64_t dropped = dropNetworkAndUnlock(held);

@@ -76,8 +76,10 @@ public:
     // this chunk; past it, drops everything queued and the chunk and returns
     // the bytes dropped (0 when the chunk was queued).
     uint64_t PutNetworkDataBounded(char* data, int length, uint64_t limit);
-    // The same for an item made by the caller (taken over in every case).
+    // The same for an item made by the caller (taken over in every case),
+    // without waking a waiting reader: SignalNetworkWaiters does that.
     uint64_t PutNetworkItemBounded(CNetworkData* item, uint64_t limit);
+    void SignalNetworkWaiters();
     CNetworkData* GetNetworkData();
     // Like GetNetworkData, but when the queue is empty waits up to timeoutMs
     // for a PutNetworkData or a WakeNetworkWaiters.
@@ -92,7 +94,7 @@ public:
 private:
     CNetworkData* popNetworkLocked();
     // Called with m_mtxNetworkData held; release it.
-    void appendNetworkAndUnlock(CNetworkData* item);
+    void appendNetworkAndUnlock(CNetworkData* item, bool signal = true);
     uint64_t dropNetworkAndUnlock(uint64_t held);
 
     CMyMutex m_mtxNetworkData;

@@ -47,6 +47,7 @@ private:
     void run();
     void removeLocked(ReceiveSource* source);
     int handOverHeld(int64_t now);
+    void endRound();
 
     // Held by whoever starts or stops the thread, across the join.
     std::mutex lifecycle_;
@@ -64,6 +65,8 @@ private:
     // Sources that may hold bytes not yet handed over (tokens; a forgotten
     // source's token is dropped at the next pass).
     std::vector<uint64_t> holding_;
+    // Sources served in this round.
+    std::vector<uint64_t> served_;
 };
 
 bool ReceiveLoop::watch(int fd, ReceiveSource* source) {
@@ -152,12 +155,23 @@ int ReceiveLoop::handOverHeld(int64_t now) {
         if (entry == entries_.end()) continue;
         const int left = entry->second.source->handOverDue(now);
         entry->second.holding = left >= 0;
-        if (left < 0) continue;
+        if (left < 0) {
+            served_.push_back(token);
+            continue;
+        }
         holding_[kept++] = token;
         if (wait < 0 || left < wait) wait = left;
     }
     holding_.resize(kept);
     return wait;
+}
+
+void ReceiveLoop::endRound() {
+    for (const uint64_t token : served_) {
+        const auto entry = entries_.find(token);
+        if (entry != entries_.end()) entry->second.source->roundEnded();
+    }
+    served_.clear();
 }
 
 void ReceiveLoop::run() {
@@ -185,8 +199,10 @@ void ReceiveLoop::run() {
             }
             if (!entry.holding) holding_.push_back(found->first);
             entry.holding = true;
+            served_.push_back(found->first);
         }
         wait = handOverHeld(now);
+        endRound();
     }
 }
 

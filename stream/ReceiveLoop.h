@@ -21,6 +21,10 @@ public:
     // Hands held bytes over when they are due. Returns how long they may
     // still be held, -1 when none are.
     virtual int handOverDue(int64_t nowMs) = 0;
+    // The loop has served every ready source: wake the stream's thread if
+    // bytes were handed over. Waking it sooner would let it take the core
+    // from the loop in the middle of its round.
+    virtual void roundEnded() = 0;
 
 protected:
     ~ReceiveSource() = default;

@@ -96,10 +96,17 @@ void CVideoControl::handOverBatch() {
     const uint32_t size = m_batch.size();
     CNetworkData* item = CNetworkData::Adopt(m_batch.takeBytes(), size);
     const uint64_t dropped = m_DataList->PutNetworkItemBounded(item, m_queueLimit);
+    m_handedOver = true;
     if (dropped) {
         m_droppedBytes += dropped;
         m_DataList->WakeNetworkWaiters();
     }
+}
+
+void CVideoControl::roundEnded() {
+    if (!m_handedOver) return;
+    m_handedOver = false;
+    m_DataList->SignalNetworkWaiters();
 }
 
 // ---- on the stream's assemble thread ---------------------------------------

@@ -145,6 +145,7 @@ private:
     void stopReceiving();
     bool readReady(int64_t now) override;
     int handOverDue(int64_t now) override;
+    void roundEnded() override;
     void handOverBatch();
     void assembleLoop();
     void prepareTracks();
@@ -219,6 +220,7 @@ private:
     std::unique_ptr<char[]> m_strRecvBuf;  // RTPRecvOverTCP's, made on first use
     kovo::ReceiveBatch m_batch;  // read, not yet handed to the assemble thread
     // News of the reading side for the assemble thread.
+    bool m_handedOver = false;                // in this round of the loop
     std::atomic<uint64_t> m_droppedBytes{0};  // at the queue limit, not yet reported
     std::atomic<bool> m_linkEnded{false};     // the connection was closed or failed
     int m_linkEndedRead = 0;                  // what recv returned then
