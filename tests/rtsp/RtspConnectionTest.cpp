@@ -60,28 +60,6 @@ TEST(RtspUrl, AddressTextSplitsIntoHostPortAndPath) {
     EXPECT_EQ(rtsp_connect(&conn, nullptr, 554, nullptr, nullptr, 1, nullptr), -1);
 }
 
-TEST(RtspUrl, ProxyTakesThePortArgumentAndKeepsTheUrl) {
-    FakeCamera proxy;
-    StdoutCapture quiet;
-    CConnect conn;
-    GUID appId;
-    ASSERT_EQ(rtsp_connect(&conn, "127.0.0.1", proxy.port(), "rtsp://10.0.0.5:8554", "User-Agent: test", 1, &appId), 0);
-    EXPECT_EQ(conn.port, proxy.port());
-    EXPECT_EQ(conn.proxy, 1);
-    EXPECT_STREQ(conn.proxyhost, "127.0.0.1");
-    const auto request = proxy.requests().at(0);
-    EXPECT_EQ(request.requestLine, "OPTIONS rtsp://10.0.0.5:8554 RTSP/1.0");
-    EXPECT_EQ(request.lines.at(1), "User-Agent: test");
-    EXPECT_EQ(request.header("ChannelDescript"), "Stream");
-    rtsp_close(&conn);
-
-    // Without a proxy the application id is never sent.
-    CConnect direct;
-    ASSERT_EQ(rtsp_connect(&direct, "", proxy.port(), "rtsp://127.0.0.1", nullptr, 0, &appId), 0);
-    EXPECT_TRUE(proxy.requests().back().header("ApplicationID").empty());
-    rtsp_close(&direct);
-}
-
 // The URL parts are the address table's concern; OPTIONS proves the connection.
 TEST_F(RtspConnection, DeviceNumbersTheRequestsAndSetsTheSession) {
     connectTo();

@@ -19,7 +19,9 @@
 #include "rtsp/rtsp.h"
 #include "sdk/KovoSDK.h"
 #include "support/FakeCamera.h"
+#include "support/Scratch.h"
 
+using kovo::test::bindLoopback;
 using kovo::test::FakeCamera;
 using kovo::test::Reply;
 
@@ -29,16 +31,12 @@ using Clock = std::chrono::steady_clock;
 constexpr long long kSlackMs = 500;
 constexpr int kLateBoundMs = 1000, kLateMs = 1500;
 
-long long msSince(Clock::time_point start) {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
-}
-
 // Runs call, prints its time against its bound for the record, returns the time.
 template <typename Call>
 long long timed(const char* what, int boundMs, Call call) {
     const auto start = Clock::now();
     call();
-    const long long ms = msSince(start);
+    const long long ms = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
     fprintf(stderr, "[ bound ] %s: %lld ms against %d ms\n", what, ms, boundMs);
     return ms;
 }
@@ -57,19 +55,16 @@ protected:
 // Fills the backlog of a new listening socket (fds[0]): further connects
 // to its port get no answer. Returns the port.
 uint16_t fullBacklog(std::vector<int>& fds) {
-    fds.push_back(socket(AF_INET, SOCK_STREAM, 0));
-    sockaddr_in addr{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
-    socklen_t size = sizeof addr;
-    auto* sa = reinterpret_cast<sockaddr*>(&addr);
-    bind(fds[0], sa, size);
+    uint16_t port = 0;
+    fds.push_back(bindLoopback(port));
     listen(fds[0], 0);
-    getsockname(fds[0], sa, &size);
     for (int i = 0; i < 4; ++i) {
         fds.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
-        connect(fds.back(), sa, size);
+        const sockaddr_in addr{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
+        connect(fds.back(), reinterpret_cast<const sockaddr*>(&addr), sizeof addr);
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    return ntohs(addr.sin_port);
+    return port;
 }
 
 TEST_F(LinkOptions, LoginIsBoundedAndSaysWhyItFailed) {
@@ -187,17 +182,13 @@ TEST_F(LinkOptions, OptionsRecordsAndLastErrorOfEachOutcome) {
 // A camera that accepts but stops reading: once its window is full, a
 // request fails within the reply bound instead of blocking its caller.
 TEST_F(LinkOptions, SendToACameraThatStopsReadingIsBounded) {
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
-    socklen_t size = sizeof addr;
-    bind(listener, reinterpret_cast<sockaddr*>(&addr), size);
-    listen(listener, 4);  // the connection is never accepted, so never read
-    getsockname(listener, reinterpret_cast<sockaddr*>(&addr), &size);
+    uint16_t port = 0;
+    const int listener = bindLoopback(port);  // the connection is never accepted, so never read
     CConnect conn;
     conn.s = socket(AF_INET, SOCK_STREAM, 0);
     int small = 4096;
     setsockopt(conn.s, SOL_SOCKET, SO_SNDBUF, &small, sizeof small);
-    ASSERT_EQ(rtsp_open_socket(&conn, htonl(INADDR_LOOPBACK), ntohs(addr.sin_port)), 0);
+    ASSERT_EQ(rtsp_open_socket(&conn, htonl(INADDR_LOOPBACK), port), 0);
     conn.socketOpen = true;
     conn.replyTimeoutMs = 300;
     const std::string request(16000, 'x');

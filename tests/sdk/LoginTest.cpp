@@ -23,11 +23,9 @@ const std::string kTransport = "Transport: RTP/AVP/TCP;unicast;interleaved=0-1";
 
 TEST(Login, DirectLoginSendsOneOptionsOnEachConnection) {
     FakeCamera cam;
-    StdoutCapture out;
+    StdoutCapture quiet;
     const long id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
-    const std::string traces = out.text();
     ASSERT_GT(id, 0);
-
     const auto requests = cam.requests();
     ASSERT_EQ(requests.size(), 2u);
     for (int i = 0; i < 2; ++i) {
@@ -35,9 +33,6 @@ TEST(Login, DirectLoginSendsOneOptionsOnEachConnection) {
         EXPECT_EQ(requests[i].requestLine, "OPTIONS rtsp://127.0.0.1 RTSP/1.0");
         EXPECT_EQ(requests[i].lines, (std::vector<std::string>{"CSeq: 1", kAgent}));
     }
-    const std::string connectLine =
-        "try to connect 127.0.0.1:" + std::to_string(cam.port()) + "==proxy:(null)==\r\n==SDK_VERSION:2.1.2==\r\n";
-    EXPECT_NE(traces.find(connectLine), std::string::npos) << traces;
 
     // A second login to the same camera gets its own id; the address finds the lower one.
     const long second = Kovo_Login("127.0.0.1", cam.port(), nullptr);
@@ -48,12 +43,9 @@ TEST(Login, DirectLoginSendsOneOptionsOnEachConnection) {
     EXPECT_EQ(FindDeviceByIPPort("127.000.0.1", cam.port()), nullptr);
     EXPECT_EQ(Kovo_SDKUnInit(), 0);  // logs nothing out
     EXPECT_EQ(Kovo_Logout(second), 0);
-
     EXPECT_EQ(Kovo_Logout(id), 0);
     EXPECT_EQ(FindDeviceByDeviceID(id), nullptr);
-    StdoutCapture again;
     EXPECT_EQ(Kovo_Logout(id), -1);
-    EXPECT_EQ(again.text(), "Not find device.\r\n");
 }
 
 TEST(Login, ProxiedLoginAnnouncesBothChannelsAndBindsControl) {
@@ -81,45 +73,28 @@ TEST(Login, ProxiedLoginAnnouncesBothChannelsAndBindsControl) {
 TEST(Login, RefusedProxyBindTearsDownBothAndReturnsMinus108) {
     FakeCamera proxy;
     proxy.onMethod("SETUP", Reply::status_(454, "Session Not Found"));
-    StdoutCapture out;
+    StdoutCapture quiet;
     EXPECT_EQ(Kovo_Login("10.0.0.5", proxy.port(), "127.0.0.1"), -108);
-    const std::string traces = out.text();
     ASSERT_TRUE(proxy.waitForRequests(5));
     const auto teardowns = proxy.requests("TEARDOWN");
     ASSERT_EQ(teardowns.size(), 2u);
     EXPECT_EQ(teardowns[0].connection, 0);
     EXPECT_EQ(teardowns[1].connection, 1);
     EXPECT_EQ(teardowns[0].requestLine, "TEARDOWN " + kTransport + " RTSP/1.0");
-    EXPECT_NE(traces.find("Login request setup teardow client.\n\r\n"), std::string::npos);
-    EXPECT_NE(traces.find("Login request setup teardow control.\n\r\n"), std::string::npos);
-    EXPECT_NE(traces.find("Login error [667] proxy mode request setup failed and clean.\n\r\n"), std::string::npos);
 }
 
+// A refused or cut OPTIONS on either connection, nobody listening, a host name.
 TEST(Login, FailuresReturnMinusOneAndRegisterNothing) {
-    {
-        FakeCamera cam;
-        cam.onMethod("OPTIONS", Reply::status_(401, "Unauthorized"));
-        StdoutCapture out;
-        EXPECT_EQ(Kovo_Login("127.0.0.1", cam.port(), nullptr), -1);
-        EXPECT_NE(out.text().find("Login connect client failed. \n\r\n"), std::string::npos);
-    }
-    {
-        FakeCamera cam;
-        cam.queue("OPTIONS", Reply::ok());
-        cam.queue("OPTIONS", Reply::closeConnection());
-        StdoutCapture out;
-        EXPECT_EQ(Kovo_Login("127.0.0.1", cam.port(), nullptr), -1);
-        EXPECT_NE(out.text().find("Login connect failed. \n\r\n"), std::string::npos);
-    }
-    {
+    for (int failure = 0; failure < 4; ++failure) {
         FakeCamera cam;
         const uint16_t port = cam.port();
-        cam.stopListening();
-        StdoutCapture out;
-        EXPECT_EQ(Kovo_Login("127.0.0.1", port, nullptr), -1);
+        if (failure == 0) cam.onMethod("OPTIONS", Reply::status_(401, "Unauthorized"));
+        if (failure == 1) cam.queue("OPTIONS", Reply::ok()), cam.queue("OPTIONS", Reply::closeConnection());
+        if (failure == 2) cam.stopListening();
+        StdoutCapture quiet;
+        EXPECT_EQ(Kovo_Login(failure == 3 ? "camera.example" : "127.0.0.1", port, nullptr), -1) << failure;
+        EXPECT_EQ(FindDeviceByIPPort("127.0.0.1", port), nullptr);
     }
-    StdoutCapture out;
-    EXPECT_EQ(Kovo_Login("camera.example", 554, nullptr), -1);
 }
 
 // Logout waits for calls already under way on other threads instead of

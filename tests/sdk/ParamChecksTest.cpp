@@ -46,33 +46,19 @@ long link(long id, int family, int index, int value) {
     return family == 0 ? Kovo_SetMDLinkConfig(id, 0, &m) : family == 1 ? Kovo_SetAlarmConfig(id, &a)
                                                                          : Kovo_SetNetDownConfig(id, &n);
 }
-long alarm(long id, std::function<void(ALARM_CONFIG&)> e) {
-    return edited(Kovo_SetAlarmConfig, id, ALARM_CONFIG{0, 0, "08:00:00", "08:00:00", "20:00:00", "23:30:00",
-                                                        KOVO_VALID_LINK}, e);
-}
+// A Set of a valid record, edited first.
+#define SETTER(name, R, set, ...) \
+    long name(long id, std::function<void(R&)> e) { return edited(set, id, R{__VA_ARGS__}, e); }
+SETTER(alarm, ALARM_CONFIG, Kovo_SetAlarmConfig, 0, 0, "08:00:00", "08:00:00", "20:00:00", "23:30:00", KOVO_VALID_LINK)
+SETTER(service, ALARM_SERVICE_CONFIG, Kovo_SetAlarmServiceConfig, 1, "10.0.0.9", 0, 1)
+SETTER(net, NET_CONFIG, Kovo_SetNetConfig, "10.0.0.2", "255.255.255.0", "10.0.0.1", 0, "", "")
+SETTER(wifi, WIFI_CONFIG, Kovo_SetWiFiConfig, 1, "i", "m", "g", "Managed", "6", "cams", "k")
+SETTER(smtp, SMTP_CONFIG, Kovo_SetSMTPConfig, "mail", 25, 0, "", "", "")
+SETTER(notify, SMTP_NOTIFY, Kovo_SetSMTPNotify, 1, "to", "cc", "s")
+SETTER(ftp, FTP_CONFIG, Kovo_SetFTPConfig, 1, "ftp", 21, "cam", "", "/up")
+SETTER(record, LOCAL_RECORD_PARAM, Kovo_SetLocalRecordParam, 1, "08:00:00", "12:00:00")
 long md(long id, int area, std::function<void(MD_CONFIG&)> e = {}) {
     return edited(channel(Kovo_SetMDConfig, 0, area), id, MD_CONFIG{1, 80, 0, 0, 1920, 1080}, e);
-}
-long service(long id, std::function<void(ALARM_SERVICE_CONFIG&)> e) {
-    return edited(Kovo_SetAlarmServiceConfig, id, ALARM_SERVICE_CONFIG{1, "10.0.0.9", 0, 1}, e);
-}
-long net(long id, std::function<void(NET_CONFIG&)> e) {
-    return edited(Kovo_SetNetConfig, id, NET_CONFIG{"10.0.0.2", "255.255.255.0", "10.0.0.1", 0, "", ""}, e);
-}
-long wifi(long id, std::function<void(WIFI_CONFIG&)> e) {
-    return edited(Kovo_SetWiFiConfig, id, WIFI_CONFIG{1, "i", "m", "g", "Managed", "6", "cams", "k"}, e);
-}
-long smtp(long id, std::function<void(SMTP_CONFIG&)> e) {
-    return edited(Kovo_SetSMTPConfig, id, SMTP_CONFIG{"mail", 25, 0, "", "", ""}, e);
-}
-long notify(long id, std::function<void(SMTP_NOTIFY&)> e) {
-    return edited(Kovo_SetSMTPNotify, id, SMTP_NOTIFY{1, "to", "cc", "s"}, e);
-}
-long ftp(long id, std::function<void(FTP_CONFIG&)> e) {
-    return edited(Kovo_SetFTPConfig, id, FTP_CONFIG{1, "ftp", 21, "cam", "", "/up"}, e);
-}
-long record(long id, std::function<void(LOCAL_RECORD_PARAM&)> e) {
-    return edited(Kovo_SetLocalRecordParam, id, LOCAL_RECORD_PARAM{1, "08:00:00", "12:00:00"}, e);
 }
 long snap(long id, int interval, int quality) {
     LOCAL_SCHEDULE_SNAP_PARAM s{0, "", "", 0, "", "", interval, quality};

@@ -1,6 +1,6 @@
-/* Compiles the public header as strict C11: a C application must be able to
- * include it and use its records, enumerations and callbacks. The layout
- * facts compiled integrations depend on are checked here at compile time. */
+// Compiles the public header as strict C11: a C application must be able to
+// include it and use its records, enumerations and callbacks. The layout
+// facts compiled integrations depend on are checked here at compile time.
 #include <stddef.h>
 #include <string.h>
 
@@ -9,7 +9,7 @@
 #define FIELD_SIZE(T, f, n) _Static_assert(sizeof(((T*)0)->f) == (n), #T "." #f " size")
 #define I ((int)sizeof(int))
 
-/* Text field lengths. */
+// Text field lengths.
 FIELD_SIZE(OSD_REGION, title, 24);
 FIELD_SIZE(OSD_REGION, titlecolor, 32);
 FIELD_SIZE(OSD_REGION, timecolor, 32);
@@ -34,8 +34,8 @@ FIELD_SIZE(FTP_SINGLEFILE, szFileName, 256);
 FIELD_SIZE(FTP_DELETEFILE, szFileName, 256);
 FIELD_SIZE(WATCHDOG_CONFIG, nEanble, I);
 
-/* Records of ints and int-aligned char arrays have no padding: their size
- * pins the field count. */
+// Records of ints and int-aligned char arrays have no padding: their size
+// pins the field count.
 _Static_assert(sizeof(VIDEO_ATTRIBUTE) == 10 * I, "VIDEO_ATTRIBUTE");
 _Static_assert(sizeof(MULTI_VIDEO_CHANNEL) == 4 * I, "MULTI_VIDEO_CHANNEL");
 _Static_assert(sizeof(AUDIO_ATTRIBUTE) == 8 * I, "AUDIO_ATTRIBUTE");
@@ -50,7 +50,7 @@ _Static_assert(sizeof(ALARM_CONFIG) == 4 * 32 + 18 * I, "ALARM_CONFIG");
 _Static_assert(sizeof(LOCAL_SCHEDULE_SNAP_PARAM) == 4 * 32 + 6 * I, "LOCAL_SCHEDULE_SNAP_PARAM");
 _Static_assert(sizeof(FTP_BATCHFILES) == 2 * 32 + 4 * I, "FTP_BATCHFILES");
 
-/* Field order. */
+// Field order.
 _Static_assert(offsetof(OSD_REGION, titledisplay) == 24, "OSD title first");
 _Static_assert(offsetof(OSD_REGION, timecolor) < offsetof(OSD_REGION, timeh), "OSD time colour");
 _Static_assert(offsetof(NET_CONFIG, nDHCPMode) == 3 * 32, "NET_CONFIG DHCP");
@@ -59,13 +59,13 @@ _Static_assert(offsetof(FTP_CONFIG, szFilePath) < offsetof(FTP_CONFIG, szServerI
 _Static_assert(offsetof(ALARM_CONFIG, szStartTime) == 2 * I, "ALARM_CONFIG times");
 _Static_assert(offsetof(STORAGE_DEVICE_INFO, lCapability) < offsetof(STORAGE_DEVICE_INFO, lFree), "storage");
 _Static_assert(offsetof(DOWNLOAD_CONFIG, nPort) == I, "DOWNLOAD_CONFIG port");
-/* The event-link block closes each of the three link records. */
+// The event-link block closes each of the three link records.
 _Static_assert(sizeof(NET_DOWN_PARAM) - offsetof(NET_DOWN_PARAM, nLinkOutputEnable)
                == sizeof(ALARM_CONFIG) - offsetof(ALARM_CONFIG, nLinkOutputEnable), "link block");
 _Static_assert(offsetof(MD_LINK_CONFIG, nLinkLocalSnapEmailEnable) + sizeof(int) == sizeof(MD_LINK_CONFIG),
                "link block last");
 
-/* Enumeration values. */
+// Enumeration values.
 _Static_assert(NODATA_TYPE == 0 && H264DATA_TYPE == 2 && YUVDATA_TYPE == 3 && MJPEGDATA_TYPE == 5
                && AACDATA_TYPE == 6 && G29DATA_TYPE == 9, "DATA_TYPE_E");
 _Static_assert(I_FRAME == 0 && B_FRAME == 1 && P_FRAME == 2, "FRAME_TYPE_E");

@@ -65,41 +65,24 @@ TEST(Deinterleaver, WaitsForTheRestOfAPartialPacket) {
     EXPECT_EQ(p.pending(), framed.substr(0, 5));
 }
 
-TEST(Deinterleaver, FirstPacketSeesTheStartFlagClearThenItIsSet) {
-    Pipeline p;
-    p.pushVideoOnly(interleave(0, "one") + interleave(0, "two") + interleave(0, "three"));
-    EXPECT_EQ(p.video.packets, (std::vector<std::string>{"one", "two", "three"}));
-    EXPECT_EQ(p.video.flagAtCallback, (std::vector<int>{0, 1, 1}));
-    EXPECT_EQ(p.startProcessData, 1);
-}
-
-TEST(Deinterleaver, GarbageBeforeAFrameIsDrainedInOneStep) {
-    for (bool withAudio : {false, true}) {
-        Pipeline p;
-        StdoutCapture quiet;
-        if (withAudio)
-            p.pushWithAudio("junk" + interleave(2, "pkt"));
-        else
-            p.pushVideoOnly("garbage!" + interleave(0, "pkt"));
-        EXPECT_EQ(p.video.packets, (std::vector<std::string>{"pkt"}));
-        EXPECT_EQ(p.temp->off, 0u);
-    }
-}
-
-TEST(Deinterleaver, ShortOrUnframedBuffersKeepOnlyTheirLastByte) {
-    struct Case { std::string in; std::string left; };
+// Garbage before a frame is drained in one step; a buffer too short or
+// without a frame keeps only its last byte.
+TEST(Deinterleaver, GarbageAndUnframedBytes) {
+    struct Case { bool withAudio; std::string in, left; std::vector<std::string> packets; };
     const Case cases[] = {
-        {std::string("$\x00\x10", 3), "\x10"},
-        {"abcdefg", "g"},
-        {std::string("\x24\x01\x00\x02xy", 6), "y"},  // RTCP channel is skipped
-        {"ab", "ab"},                                  // too short to look at
+        {false, "garbage!" + interleave(0, "pkt"), "", {"pkt"}},
+        {true, "junk" + interleave(2, "pkt"), "", {"pkt"}},
+        {false, std::string("$\x00\x10", 3), "\x10", {}},
+        {false, "abcdefg", "g", {}},
+        {false, std::string("\x24\x01\x00\x02xy", 6), "y", {}},  // RTCP channel is skipped
+        {false, "ab", "ab", {}},                                  // too short to look at
     };
     for (const Case& c : cases) {
         Pipeline p;
         StdoutCapture quiet;
-        p.pushVideoOnly(c.in);
-        EXPECT_EQ(p.pending(), c.left);
-        EXPECT_TRUE(p.video.packets.empty());
+        c.withAudio ? p.pushWithAudio(c.in) : p.pushVideoOnly(c.in);
+        EXPECT_EQ(p.pending(), c.left) << c.in;
+        EXPECT_EQ(p.video.packets, c.packets) << c.in;
     }
 }
 
@@ -121,14 +104,21 @@ TEST(Deinterleaver, ChannelRules) {
     EXPECT_EQ(q.reports, (std::vector<std::string>{"rtcp"}));
 }
 
-TEST(Deinterleaver, WithAudioTheFlagIsSetOnlyWhenAnotherPacketFollows) {
+// Video only, the first packet sees the start flag clear, then it is set;
+// with audio it is set only when another packet follows.
+TEST(Deinterleaver, StartFlag) {
     Pipeline p;
-    p.pushWithAudio(interleave(2, "alone"));
-    EXPECT_EQ(p.startProcessData, 0);
-    p.pushWithAudio(interleave(2, "x") + interleave(0, "y"));
+    p.pushVideoOnly(interleave(0, "one") + interleave(0, "two") + interleave(0, "three"));
+    EXPECT_EQ(p.video.packets, (std::vector<std::string>{"one", "two", "three"}));
+    EXPECT_EQ(p.video.flagAtCallback, (std::vector<int>{0, 1, 1}));
     EXPECT_EQ(p.startProcessData, 1);
-    EXPECT_EQ(p.video.flagAtCallback, (std::vector<int>{0, 0}));
-    EXPECT_EQ(p.audio.flagAtCallback, (std::vector<int>{1}));
+    Pipeline q;
+    q.pushWithAudio(interleave(2, "alone"));
+    EXPECT_EQ(q.startProcessData, 0);
+    q.pushWithAudio(interleave(2, "x") + interleave(0, "y"));
+    EXPECT_EQ(q.startProcessData, 1);
+    EXPECT_EQ(q.video.flagAtCallback, (std::vector<int>{0, 0}));
+    EXPECT_EQ(q.audio.flagAtCallback, (std::vector<int>{1}));
 }
 
 TEST(Deinterleaver, ThousandsOfTinyPacketsInOneChunk) {

@@ -151,7 +151,7 @@ void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
                             "a=rtpmap:97 mpeg4-generic/48000/2\r\na=control:trackID=2\r\n";
     cam.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, sdp));
     test::FrameSink got;
-    StdoutCapture traces;
+    StdoutCapture quiet;
     // The stream is Motion-JPEG because its URL names it.
     const long id = Kovo_Login("127.0.0.1/MJPEG", cam.port(), nullptr);
     ASSERT_GT(id, 0);
@@ -173,7 +173,6 @@ void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
             std::chrono::milliseconds(25));
     }
     ASSERT_TRUE(primed) << "the stream never delivered";
-    EXPECT_NE(traces.text().find("printf drain first frame "), std::string::npos);
     // Audio units and video fragments alternate on the wire, as a camera sends them.
     std::vector<std::string> videoPackets;
     for (size_t i = 0; i < clip.size(); ++i) {

@@ -8,39 +8,27 @@
 #include <stdexcept>
 
 #include "support/FakeCamera.h"
+#include "support/Scratch.h"
 
 namespace kovo::test {
 
-namespace {
-
-void putBigEndian(std::string& out, uint32_t value, int bytes) {
-    for (int shift = (bytes - 1) * 8; shift >= 0; shift -= 8) out.push_back(static_cast<char>((value >> shift) & 0xff));
+// Big-endian bytes of value, the low `bytes` of them.
+static std::string bigEndian(uint32_t value, int bytes) {
+    std::string out;
+    for (int shift = (bytes - 1) * 8; shift >= 0; shift -= 8) out.push_back(static_cast<char>(value >> shift));
+    return out;
 }
-
-}  // namespace
 
 std::string interleave(uint8_t channel, const std::string& payload) {
     if (payload.size() > 0xffff) throw std::length_error("interleave: payload over 65535 bytes");
-    std::string out;
-    out.reserve(4 + payload.size());
-    out.push_back('$');
-    out.push_back(static_cast<char>(channel));
-    putBigEndian(out, static_cast<uint32_t>(payload.size()), 2);
-    out += payload;
-    return out;
+    return "$" + std::string(1, static_cast<char>(channel)) + bigEndian(uint32_t(payload.size()), 2) + payload;
 }
 
 std::string rtpPacket(uint8_t payloadType, bool marker, uint16_t seq, uint32_t timestamp,
                       const std::string& payload, uint32_t ssrc) {
-    std::string out;
-    out.reserve(12 + payload.size());
-    out.push_back(static_cast<char>(0x80));  // version 2, no padding, extension or CSRC
-    out.push_back(static_cast<char>((marker ? 0x80 : 0x00) | (payloadType & 0x7f)));
-    putBigEndian(out, seq, 2);
-    putBigEndian(out, timestamp, 4);
-    putBigEndian(out, ssrc, 4);
-    out += payload;
-    return out;
+    // Version 2, no padding, extension or CSRC.
+    return std::string{'\x80', static_cast<char>((marker ? 0x80 : 0x00) | (payloadType & 0x7f))} + bigEndian(seq, 2) +
+           bigEndian(timestamp, 4) + bigEndian(ssrc, 4) + payload;
 }
 
 StdoutCapture::StdoutCapture() {
@@ -68,13 +56,7 @@ std::string StdoutCapture::text() {
     ::dup2(savedFd_, STDOUT_FILENO);
     ::close(savedFd_);
     savedFd_ = -1;
-    char buffer[4096];
-    off_t offset = 0;
-    ssize_t n;
-    while ((n = ::pread(captureFd_, buffer, sizeof buffer, offset)) > 0) {
-        text_.append(buffer, static_cast<size_t>(n));
-        offset += n;
-    }
+    text_ = readFile("/proc/self/fd/" + std::to_string(captureFd_));  // the unlinked file
     ::close(captureFd_);
     captureFd_ = -1;
     return text_;

@@ -93,4 +93,16 @@ int CamSimProcess::terminate(int timeoutMs) {
 
 std::string CamSimProcess::output() const { return readFile(logPath_); }
 
+std::string probe(const std::string& path, const std::string& options) {
+    std::string text;
+    runCommand("ffprobe -v error " + options + " -of csv=p=0 '" + path + "'", &text);
+    return text;
+}
+
+void expectDecodes(const std::string& path, const std::string& inputOptions) {
+    std::string complaints;
+    EXPECT_EQ(0, runCommand("ffmpeg -nostdin -v error " + inputOptions + " -i '" + path + "' -f null -", &complaints));
+    EXPECT_EQ("", complaints) << path;
+}
+
 }  // namespace kovo::test

@@ -39,6 +39,11 @@ private:
     std::string logPath_;
 };
 
+// ffprobe's answer about a media file, one csv line per stream or section.
+std::string probe(const std::string& path, const std::string& options);
+// The file decodes with ffmpeg from end to end without a complaint.
+void expectDecodes(const std::string& path, const std::string& inputOptions = "");
+
 // Skips the test when the simulator was not built (libavcodec missing).
 class CamSimTest : public ::testing::Test {
 protected:
