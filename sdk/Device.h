@@ -47,6 +47,8 @@ struct CDevice {
     // Kovo_OpenStream and across reconnects.
     KOVO_LINK_OPTIONS link{};  // read and written under linkLock (sdk/LinkOptions.h)
     mutable std::mutex linkLock;
+    // Counts option changes, so that an open stream's thread picks them up.
+    std::atomic<unsigned> linkChanges{0};
     KOVO_STREAM_OPTIONS streamOptions{};
     fEventCallBack eventCallBack = nullptr;
     unsigned long eventUser = 0;

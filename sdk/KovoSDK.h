@@ -657,8 +657,9 @@ typedef struct {
 } KOVO_LINK_OPTIONS;
 
 /* lDeviceID 0 sets the defaults for later logins (so they bound Kovo_Login
- * itself); a logged-in id changes that device alone. 0, -1 (null record or a
- * negative field), -3 (unknown id). */
+ * itself); a logged-in id changes that device alone, its open stream
+ * included (at the stream's next packet, or within 5 s). 0, -1 (null record
+ * or a negative field), -3 (unknown id). */
 KOVO_API long Kovo_SetLinkOptions(long lDeviceID, const KOVO_LINK_OPTIONS* pOptions);
 KOVO_API long Kovo_GetLinkOptions(long lDeviceID, KOVO_LINK_OPTIONS* pOptions);
 

@@ -47,6 +47,7 @@ void setDeviceLinkOptions(CDevice* device, const KOVO_LINK_OPTIONS& options) {
         conn->connectTimeoutMs = options.nConnectTimeoutMs;
         conn->replyTimeoutMs = options.nReplyTimeoutMs;
     }
+    ++device->linkChanges;
 }
 
 }  // namespace kovo

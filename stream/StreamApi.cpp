@@ -108,7 +108,7 @@ void startController(CDevice* dev, long id, const StreamLayout& layout, CVideoCo
     control->SetFrameCallBack(dev->frameCallBack, dev->frameUser);
     control->HasAudio(dev->a_mrl[0] != '\0');
     control->SetWnd(static_cast<unsigned long>(dev->VideoWnd));
-    control->SetLinkOptions(kovo::linkOptionsOf(dev), dev->stream.session);
+    control->TakeLinkOptions();
     if (callbacksFrom) control->CopyCallbacksFrom(*callbacksFrom);
     control->StartThread();
 }

@@ -42,6 +42,14 @@ void StreamHealth::configure(int stallMs, int keepAliveMs, int replyMs, int64_t 
     replyStatus_.store(-1);
 }
 
+void StreamHealth::retune(int stallMs, int keepAliveMs, int replyMs, int64_t now) {
+    stallMs_ = std::max(stallMs, 0);
+    keepAliveMs = std::max(keepAliveMs, 0);
+    if (keepAliveMs != keepAliveMs_) nextKeepAlive_ = now + keepAliveMs;
+    keepAliveMs_ = keepAliveMs;
+    replyMs_ = replyMs > 0 ? replyMs : keepAliveMs_;
+}
+
 int StreamHealth::remaining(int64_t due, int64_t now) {
     return due <= now ? 0 : int(std::min<int64_t>(due - now, 1 << 30));
 }

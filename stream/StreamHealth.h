@@ -26,6 +26,9 @@ public:
     enum class Reply { None, Ok, Failed, Unsupported };
 
     void configure(int stallMs, int keepAliveMs, int replyMs, int64_t now);
+    // New bounds for a running stream: a stall under way stays reported
+    // once, and a changed keep-alive interval counts from now.
+    void retune(int stallMs, int keepAliveMs, int replyMs, int64_t now);
 
     // How long the stream's thread may wait before something here is due.
     int waitMs(int64_t now, int idleMs) const;

@@ -12,6 +12,7 @@
 
 #include "rtsp/rtsp.h"
 #include "sdk/Device.h"
+#include "sdk/LinkOptions.h"
 #include "sdk/Reconnect.h"
 #include "sdk/Trace.h"
 #include "stream/ReceiveLoop.h"
@@ -27,9 +28,21 @@ bool startsWithReply(const char* data, ssize_t length) {
 
 }  // namespace
 
-void CVideoControl::SetLinkOptions(const KOVO_LINK_OPTIONS& options, const char* session) {
-    m_health.configure(options.nStallTimeoutMs, kovo::KeepAliveIntervalMs(options.nKeepAliveSec, session),
-                       options.nReplyTimeoutMs, kovo::MonotonicMs());
+// Before the start, or on the assemble thread when the device's options
+// changed since they were last taken.
+void CVideoControl::followLinkOptions(bool running) {
+    auto* device = static_cast<CDevice*>(m_pDevice);
+    if (!device) return;
+    const unsigned changes = device->linkChanges.load();
+    if (running && changes == m_linkChangesSeen) return;
+    m_linkChangesSeen = changes;
+    const KOVO_LINK_OPTIONS options = kovo::linkOptionsOf(device);
+    const int keepAliveMs = kovo::KeepAliveIntervalMs(options.nKeepAliveSec, device->stream.session);
+    const int64_t now = kovo::MonotonicMs();
+    if (running)
+        m_health.retune(options.nStallTimeoutMs, keepAliveMs, options.nReplyTimeoutMs, now);
+    else
+        m_health.configure(options.nStallTimeoutMs, keepAliveMs, options.nReplyTimeoutMs, now);
     m_reconnect = options.nReconnect != 0;
     m_queueLimit = uint64_t(options.nQueueLimitKB > 0 ? options.nQueueLimitKB : 65536) * 1024;
 }
@@ -137,6 +150,7 @@ void CVideoControl::watchLink(int64_t now) {
         if (m_nRunAssembleFrame) linkLost();
         return;
     }
+    followLinkOptions(true);
     checkHealth(now);
 }
 

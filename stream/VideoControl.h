@@ -87,10 +87,11 @@ public:
     void PCMToDSound(unsigned char*, int) {}
     void HandleV107() {}
 
-    // Stall detection and keep-alive of the device's link options; the
-    // camera's Session value gives the keep-alive interval when asked to.
-    // Call before StartThread.
-    void SetLinkOptions(const KOVO_LINK_OPTIONS& options, const char* session);
+    // Stall detection, keep-alive and queue bound from the device's link
+    // options (the camera's Session value gives the keep-alive interval when
+    // asked to). Call before StartThread; later changes of the device's
+    // options reach the running stream at its thread's next wake.
+    void TakeLinkOptions() { followLinkOptions(false); }
 
     void StartThread();
     void StopThread();
@@ -162,6 +163,7 @@ private:
     int linkWaitMs() const;
     void reportReading();
     void watchLink(int64_t now);
+    void followLinkOptions(bool running);
     void checkHealth(int64_t now);
     void sendKeepAlive(int64_t now);
     void linkLost();
@@ -231,7 +233,8 @@ private:
     kovo::StreamHealth m_health;
     bool m_reconnect = false;       // link loss or a stall hands the stream to reconnection
     bool m_frameDelivered = false;  // STREAM_STARTED reported (assemble thread)
-    uint64_t m_queueLimit = uint64_t(65536) * 1024;  // undelivered bytes held at most
+    std::atomic<uint64_t> m_queueLimit{uint64_t(65536) * 1024};  // undelivered bytes held at most
+    unsigned m_linkChangesSeen = 0;  // the device's option changes already taken
     bool m_resyncPending = false;  // after a drop: find a packet boundary first
 };
 

@@ -90,8 +90,12 @@ protected:
     }
 };
 
+// Stall detection switched on while the stream runs: it starts with the
+// stream's next packet.
 TEST_F(StreamHealth, StallIsReportedOnceAndMediaResumes) {
-    open({0, 0, 300, 0, 0, 0, 0});
+    open({});
+    const KOVO_LINK_OPTIONS stall{0, 0, 300, 0, 0, 0, 0};
+    ASSERT_EQ(Kovo_SetLinkOptions(id, &stall), 0);
     uint16_t seq = 0;
     // The first frame only arms the assembler, and each packet is handled
     // when the next one arrives: four frames deliver one.
