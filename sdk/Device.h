@@ -59,7 +59,7 @@ struct CDevice {
     // the library threads that report events.
     std::mutex eventLock;
     // Serialises requests on the stream connection while a stream is open:
-    // the receive thread's keep-alive against the application's PAUSE.
+    // the stream thread's keep-alive against the application's PAUSE.
     std::mutex streamSendLock;
 
     // Held for the whole of one parameter exchange or stream open/close, so

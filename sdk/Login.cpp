@@ -37,7 +37,7 @@ void tear_down_after_refused_bind(CDevice* device) {
 
 // A call still waiting on one of the device's sockets returns at once
 // (closed) instead of holding the logout up. The stream connection of a
-// running stream is left to its receive thread, which the logout stops.
+// running stream is left to its reader, which the logout stops.
 void wake_blocked_calls(CDevice* device) {
     rtsp_interrupt(&device->control);
     std::unique_lock<std::recursive_mutex> lock(device->callLock, std::try_to_lock);

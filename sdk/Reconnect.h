@@ -13,7 +13,7 @@ long ConnectDeviceLinks(CDevice* device);
 
 namespace kovo {
 
-// From the stream's receive thread: starts the attempts unless the
+// From the stream's own thread: starts the attempts unless the
 // application closed the stream or they are already under way.
 void StartReconnect(CDevice* device);
 // Stops the attempts: at once during a wait, after the exchange under way

@@ -1,5 +1,5 @@
 // Mutex-guarded FIFO queues of owned byte copies: received socket chunks
-// (receive thread -> assemble thread) and assembled frames (-> decode pacing).
+// (receive loop -> assemble thread) and assembled frames (-> decode pacing).
 #ifndef KOVO_STREAM_DATALIST_H
 #define KOVO_STREAM_DATALIST_H
 

@@ -1,4 +1,4 @@
-// What the receive thread has read from the stream connection but not yet
+// What the receive loop has read from the stream connection but not yet
 // handed to the assemble thread. A camera writes its packets one by one;
 // waking the assemble thread for each of them costs more than the bytes.
 // The batch follows the "$" framing as it is read and is handed over when a

@@ -252,7 +252,7 @@ long Kovo_CloseStream(long lDeviceID) {
     CConnect* conn = &dev->stream;
     const int wait = conn->protocol == CONNECT_TYPE_TCP ? 0 : 1;
     if (!dev->linkDown) {
-        // The stream's receive thread may be sending a keep-alive.
+        // The stream's thread may be sending a keep-alive.
         std::lock_guard<std::mutex> sendLock(dev->streamSendLock);
         if (dev->v_mrl[0]) rtsp_request_pause(conn, dev->v_mrl, wait);
         if (dev->a_mrl[0]) rtsp_request_pause(conn, dev->a_mrl, wait);

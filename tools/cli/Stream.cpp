@@ -32,7 +32,7 @@ LiveStream::LiveStream(const Camera& camera, bool keep) : camera_(camera), keep_
                  "OpenStream");
 }
 
-// Events come from the stream's receive thread, which closing joins: after
+// Events come from the stream's own thread, which closing joins: after
 // it no callback can still be running on this object.
 LiveStream::~LiveStream() {
     Kovo_SetEventCallBack(camera_.id(), nullptr, 0);
