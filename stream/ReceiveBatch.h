@@ -16,7 +16,9 @@ namespace kovo {
 class ReceiveBatch {
 public:
     static constexpr uint32_t kHandOverBytes = 64 * 1024;
-    static constexpr int kQuietMs = 4;   // nothing more came: hand over
+    // Nothing more came: hand over. A camera that spreads a frame over 20 ms
+    // leaves about 3 ms between its packets, and the clock counts whole ms.
+    static constexpr int kQuietMs = 6;
     static constexpr int kHoldMs = 40;   // held at most this long in any case
 
     ReceiveBatch() = default;
