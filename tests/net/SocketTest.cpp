@@ -34,16 +34,6 @@ bool eventually(const std::function<bool()>& condition) {
     return true;
 }
 
-// Reads until `size` bytes came or nothing more arrives within `ms`.
-std::string readBytes(int fd, size_t size, int ms = 1000) {
-    std::string out;
-    char buf[8192];
-    pollfd p = {fd, POLLIN, 0};
-    for (ssize_t n = 1; n > 0 && out.size() < size && ::poll(&p, 1, ms) > 0;)
-        if ((n = ::recv(fd, buf, sizeof buf, 0)) > 0) out.append(buf, static_cast<size_t>(n));
-    return out;
-}
-
 bool endOfStream(int fd) {
     char byte;
     pollfd p = {fd, POLLIN, 0};
@@ -73,8 +63,8 @@ TEST(CSocket, OutgoingSendTakesAtMostOnePacketOf4096BytesAndCloseEndsItsRead) {
         int peer = ::accept(listener, nullptr, nullptr);
         EXPECT_FALSE(client.Send(sock, pattern(4097).data(), 4097));
         EXPECT_TRUE(client.Send(sock, pattern(4096).data(), 4096));
-        EXPECT_EQ(readBytes(peer, 4096), pattern(4096));
-        EXPECT_EQ(readBytes(peer, 1, 100), "");  // the refused packet sent nothing
+        EXPECT_EQ(receiveBytes(peer, 4096), pattern(4096));
+        EXPECT_EQ(receiveBytes(peer, 1, 100), "");  // the refused packet sent nothing
         ASSERT_TRUE(client.Receive(sock));
         EXPECT_TRUE(client.Close());
         EXPECT_TRUE(client.m_mapServersList.empty());
@@ -119,10 +109,10 @@ TEST(CSocket, AcceptedConnectionGetsKeepAliveAndCanBeSentTo) {
     }
     // A read is outstanding and the peer is silent: the data must still go out at once.
     EXPECT_TRUE(server.Send(sock, "hello", 5));
-    EXPECT_EQ(readBytes(peer, 5), "hello");
+    EXPECT_EQ(receiveBytes(peer, 5), "hello");
     kovo::test::StdoutCapture capture;
     server.TestNetwork();
-    EXPECT_EQ(readBytes(peer, 3), std::string("ag\0", 3));
+    EXPECT_EQ(receiveBytes(peer, 3), std::string("ag\0", 3));
     EXPECT_EQ(capture.text(), "TestNetwork\n");
     ::close(peer);
 }

@@ -84,28 +84,26 @@ std::string packetise(const std::vector<std::string>& au, uint16_t& seq, uint32_
     return out;
 }
 
-void decodeH264(FakeCamera& cam, TempDir& dir) {
+void decodeH264(StreamFixture& s, TempDir& dir) {
     ASSERT_TRUE(run("ffmpeg -v error -y -f lavfi -i testsrc=size=320x240:rate=25 -frames:v 30 -c:v libx264 -bf 0 "
                     "-g 10 -x264-params slices=1:repeat-headers=1 -f h264 '" + dir.file("source.h264") + "'"));
     const auto aus = accessUnits(readFile(dir.file("source.h264")));
     const auto sourceMd5 = frameMd5s(dir.file("source.h264"));
     ASSERT_EQ(aus.size(), 30u);
     ASSERT_EQ(sourceMd5.size(), 30u);
-    cam.onMethod("DESCRIBE", describeReply());
     StdoutCapture quiet;
-    const long id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
-    ASSERT_GT(id, 0);
+    s.login();
+    const long id = s.id;
     ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
     test::FrameSink sink;
     ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, test::FrameSink::onRealData, sink.user()), 0);
     // Start mid-GOP: frames before the key frame at 10 are never delivered.
-    const int conn = streamConnection(cam);
+    const int conn = streamConnection(s.cam);
     uint16_t seq = 0;
     for (size_t i = 1; i < aus.size(); ++i)
-        ASSERT_TRUE(cam.send(conn, packetise(aus[i], seq, uint32_t(i * 3600), i == 1)));
+        ASSERT_TRUE(s.cam.send(conn, packetise(aus[i], seq, uint32_t(i * 3600), i == 1)));
     const bool all = sink.waitFor(20);
     Kovo_CloseStream(id);
-    Kovo_Logout(id);
     ASSERT_TRUE(all) << "frames delivered: " << sink.frames().size();
     const auto frames = sink.frames();
     ASSERT_EQ(frames.size(), 20u);
@@ -132,7 +130,7 @@ size_t countOf(const std::vector<test::FrameSink::Frame>& frames, int type, bool
                          [&](const test::FrameSink::Frame& f) { return f.dataType == type && isPrime(f) == prime; });
 }
 
-void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
+void decodeMjpegWithAac(StreamFixture& s, TempDir& dir) {
     if (!haveTool("djpeg") || !haveTool("cjpeg")) GTEST_SKIP() << "djpeg and cjpeg are needed";
     auto clip = makeJpegClip(dir, 10);
     // Beside ffmpeg's 4:2:0 frames, cjpeg's 4:2:2 (in small fragments at low quality) and 4:2:0 with restart markers.
@@ -149,24 +147,23 @@ void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
     const std::string sdp = "v=0\r\ns=live\r\nm=video 0 RTP/AVP 26\r\na=x-dimensions:320, 240\r\n"
                             "a=x-framerate:10\r\na=control:trackID=1\r\nm=audio 0 RTP/AVP 97\r\n"
                             "a=rtpmap:97 mpeg4-generic/48000/2\r\na=control:trackID=2\r\n";
-    cam.onMethod("DESCRIBE", Reply::ok({"Content-Type: application/sdp"}, sdp));
     test::FrameSink got;
     StdoutCapture quiet;
     // The stream is Motion-JPEG because its URL names it.
-    const long id = Kovo_Login("127.0.0.1/MJPEG", cam.port(), nullptr);
-    ASSERT_GT(id, 0);
+    s.login(Reply::ok({"Content-Type: application/sdp"}, sdp), "127.0.0.1/MJPEG");
+    const long id = s.id;
     ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
     ASSERT_EQ(Kovo_SetMJPEGCallBack(id, test::FrameSink::onMedia, got.user()), 0);
     ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, test::FrameSink::onRealData, got.user()), 0);
     ASSERT_EQ(Kovo_SetAudioCallBack(id, test::FrameSink::onMedia, got.user()), 0);
-    const int connection = cam.requests("DESCRIBE").at(0).connection;
+    const int connection = s.cam.requests("DESCRIBE").at(0).connection;
     // The pipeline delivers only after its first packets (and the process drops
     // its first JPEG frame): one-packet frames until both media come through.
     uint16_t seq = 1;
     bool primed = false;
     for (int round = 0; round < 200 && !primed; ++round) {
         const std::string payload = std::string("\0\0\0\0\x01\x32\x02\x02", 8) + kPrimeScan;
-        ASSERT_TRUE(cam.send(connection, interleave(2, rtpPacket(26, true, seq++, 0, payload)) +
+        ASSERT_TRUE(s.cam.send(connection, interleave(2, rtpPacket(26, true, seq++, 0, payload)) +
                                              interleave(0, aacPacket("p", seq++, 0))));
         primed = got.waitUntil(
             [](const auto& f) { return countOf(f, MJPEGDATA_TYPE, true) && countOf(f, AACDATA_TYPE, true); },
@@ -187,7 +184,7 @@ void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
         if (a < units.size()) bytes += interleave(0, aacPacket(units[a], seq++, 1024 * a)), ++a;
         if (v < videoPackets.size()) bytes += interleave(2, videoPackets[v++]);
         if (bytes.size() > 20000 || (v == videoPackets.size() && a == units.size())) {
-            ASSERT_TRUE(cam.send(connection, bytes));
+            ASSERT_TRUE(s.cam.send(connection, bytes));
             bytes.clear();
         }
     }
@@ -195,7 +192,6 @@ void decodeMjpegWithAac(FakeCamera& cam, TempDir& dir) {
         return countOf(f, MJPEGDATA_TYPE, false) >= clip.size() && countOf(f, AACDATA_TYPE, false) >= units.size();
     }));
     Kovo_CloseStream(id);
-    Kovo_Logout(id);
     std::vector<std::string> jpegs;
     std::string adts;
     for (const test::FrameSink::Frame& f : got.frames()) {
@@ -263,7 +259,7 @@ struct InfoSink : test::FrameSink {
     }
 };
 
-void decodeThirdPartyStandard(FakeCamera& cam, TempDir& dir) {
+void decodeThirdPartyStandard(StreamFixture& s, TempDir& dir) {
     if (!haveTool("gst-launch-1.0")) GTEST_SKIP() << "gst-launch-1.0 is needed";
     ASSERT_TRUE(run("gst-launch-1.0 -q videotestsrc num-buffers=60 ! video/x-raw,width=320,height=240,framerate=25/1"
                     " ! x264enc key-int-max=30 bframes=0 ! video/x-h264,stream-format=byte-stream ! tee name=t"
@@ -287,10 +283,9 @@ void decodeThirdPartyStandard(FakeCamera& cam, TempDir& dir) {
 
     Reply describe = describeReply({true, true, true, true});
     describe.body.replace(describe.body.find("mpeg4-generic/48000/2"), 21, "MPEG4-GENERIC/44100/1\r\n" + fmtp);
-    cam.onMethod("DESCRIBE", describe);
     StdoutCapture quiet;
-    const long id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
-    ASSERT_GT(id, 0);
+    s.login(describe);
+    const long id = s.id;
     const KOVO_STREAM_OPTIONS standard{1};
     InfoSink sink;
     ASSERT_EQ(Kovo_SetStreamOptions(id, &standard), 0);
@@ -302,12 +297,11 @@ void decodeThirdPartyStandard(FakeCamera& cam, TempDir& dir) {
                        interleave(1, senderReport(t0, timestampOf(audio[0])));
     for (const std::string& packet : video) wire += interleave(2, packet);
     for (const std::string& packet : audio) wire += interleave(0, packet);
-    ASSERT_TRUE(cam.send(streamConnection(cam), wire));
+    ASSERT_TRUE(s.cam.send(streamConnection(s.cam), wire));
     const bool all = sink.waitFor(60 + audioUnits);
     KOVO_STREAM_STATS stats{};
     EXPECT_EQ(Kovo_GetStreamStatistics(id, &stats), 0);
     Kovo_CloseStream(id);
-    Kovo_Logout(id);
     quiet.text();
     ASSERT_TRUE(all) << sink.frames().size() << " frames";
 
@@ -348,18 +342,17 @@ void decodeThirdPartyStandard(FakeCamera& cam, TempDir& dir) {
 
 enum class Media { H264, MotionJpegWithAac, ThirdPartyStandard };
 
-class MediaDecode : public ::testing::TestWithParam<Media> {};
+class MediaDecode : public StreamFixture, public ::testing::WithParamInterface<Media> {};
 
 TEST_P(MediaDecode, DeliveredFramesDecodeToTheSource) {
     if (!haveTool("ffmpeg")) GTEST_SKIP() << "ffmpeg is needed for the real-media check";
-    FakeCamera cam;
     TempDir dir;
     if (GetParam() == Media::MotionJpegWithAac)
-        decodeMjpegWithAac(cam, dir);
+        decodeMjpegWithAac(*this, dir);
     else if (GetParam() == Media::ThirdPartyStandard)
-        decodeThirdPartyStandard(cam, dir);
+        decodeThirdPartyStandard(*this, dir);
     else
-        decodeH264(cam, dir);
+        decodeH264(*this, dir);
 }
 
 std::string mediaName(const ::testing::TestParamInfo<Media>& info) {

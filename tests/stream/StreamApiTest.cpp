@@ -41,27 +41,11 @@ std::string keyFrames(int count, size_t idrSize = 3) {
     return batch;
 }
 
-class StreamApi : public ::testing::Test {
+class StreamApi : public StreamFixture {
 protected:
-    FakeCamera cam;
-    long id = -1;
-
-    void login(const SdpOptions& sdp = {}) {
-        cam.onMethod("DESCRIBE", describeReply(sdp));
-        StdoutCapture quiet;
-        id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
-        ASSERT_GT(id, 0);
-    }
     long open(int connectType = CONNECT_TYPE_TCP) {
         StdoutCapture quiet;
         return Kovo_OpenStream(id, 0, 0, 0, connectType, 0);
-    }
-    void TearDown() override {
-        StdoutCapture quiet;
-        if (id > 0 && FindDeviceByDeviceID(id)) {
-            Kovo_CloseStream(id);
-            Kovo_Logout(id);
-        }
     }
 };
 
@@ -84,7 +68,7 @@ TEST_F(StreamApi, RefusalsByReturnCode) {
 }
 
 TEST_F(StreamApi, TcpOpenSendsDescribeSetupAndPlay) {
-    login({.audio = true});
+    login(describeReply({.audio = true}));
     cam.clearRequests();
     ASSERT_EQ(open(), 0);
     auto requests = cam.requests();
@@ -152,7 +136,7 @@ TEST_F(StreamApi, FailedOpensReturnTheirCodes) {
 }
 
 TEST_F(StreamApi, OpeningTwiceReplacesTheControllerAndCloseSendsPause) {
-    login({.audio = true});
+    login(describeReply({.audio = true}));
     const int baseline = threadCount();
     ASSERT_EQ(open(), 0);
     EXPECT_EQ(threadCount(), baseline + 2);

@@ -1,6 +1,7 @@
 // Stream health through real sockets: events for stalls and lost links.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -25,36 +26,23 @@ struct Event {
     Clock::time_point at;
 };
 
-class EventLog {
-public:
+struct EventLog : Collected<Event> {
     static void onEvent(long, KOVO_EVENT_E event, long detail, unsigned long user) {
-        auto* self = reinterpret_cast<EventLog*>(user);
-        std::lock_guard<std::mutex> lock(self->mutex_);
-        self->events_.push_back({event, detail, Clock::now()});
-        self->arrived_.notify_all();
+        reinterpret_cast<EventLog*>(user)->add({event, detail, Clock::now()});
     }
-    unsigned long user() { return reinterpret_cast<unsigned long>(this); }
     // The nth (from 0) event of this kind, waiting for it up to timeout.
     bool waitFor(KOVO_EVENT_E kind, Event* out = nullptr, std::chrono::milliseconds timeout = 5s, size_t nth = 0) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return arrived_.wait_for(lock, timeout, [&] {
+        return waitUntil([&](const std::vector<Event>& events) {
             size_t seen = 0;
-            for (const Event& e : events_)
+            for (const Event& e : events)
                 if (e.event == kind && seen++ == nth) return out ? (*out = e, true) : true;
             return false;
-        });
+        }, timeout);
     }
     size_t count(KOVO_EVENT_E kind) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        size_t n = 0;
-        for (const Event& e : events_) n += e.event == kind;
-        return n;
+        const auto events = items();
+        return std::count_if(events.begin(), events.end(), [&](const Event& e) { return e.event == kind; });
     }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable arrived_;
-    std::vector<Event> events_;
 };
 
 std::string keyFrame(uint16_t& seq, uint32_t ts, size_t size = 40) {
@@ -62,31 +50,20 @@ std::string keyFrame(uint16_t& seq, uint32_t ts, size_t size = 40) {
     return sps + interleave(0, rtpPacket(96, true, seq++, ts, "\x65" + std::string(size, char('a' + ts % 26))));
 }
 
-class StreamHealth : public ::testing::Test {
+class StreamHealth : public StreamFixture {
 protected:
-    FakeCamera cam;
     EventLog events;
     FrameSink frames;
-    long id = -1;
     int conn = -1;
 
     void open(KOVO_LINK_OPTIONS options) {
+        login();
         StdoutCapture quiet;
-        cam.onMethod("DESCRIBE", describeReply());
-        id = Kovo_Login("127.0.0.1", cam.port(), nullptr);
-        ASSERT_GT(id, 0);
         ASSERT_EQ(Kovo_SetLinkOptions(id, &options), 0);
         ASSERT_EQ(Kovo_SetEventCallBack(id, EventLog::onEvent, events.user()), 0);
         ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
         ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, FrameSink::onRealData, frames.user()), 0);
         conn = streamConnection(cam);
-    }
-    void TearDown() override {
-        StdoutCapture quiet;
-        if (id > 0 && FindDeviceByDeviceID(id)) {
-            Kovo_CloseStream(id);
-            Kovo_Logout(id);
-        }
     }
 };
 

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "sdk/Device.h"
 #include "sdk/KovoSDK.h"
 #include "stream/Depacketizer.h"
 #include "support/FakeCamera.h"
@@ -33,48 +34,75 @@ inline Reply describeReply(const SdpOptions& o = {}) {
     return Reply::ok({"Content-Type: application/sdp"}, sdp);
 }
 
-// Frames handed to the application, in order, with a wait for a count.
-class FrameSink {
+// Items handed over from the library's threads, in order, with a wait for
+// a condition on them.
+template <typename T>
+class Collected {
 public:
-    struct Frame {
-        int dataType;
-        int frameType;
-        std::string bytes;
-    };
-
-    static void onRealData(DATA_TYPE_E type, FRAME_TYPE_E frameType, unsigned char* data,
-                           unsigned long length, unsigned long user) {
-        reinterpret_cast<FrameSink*>(user)->add(
-            {type, frameType, std::string(reinterpret_cast<char*>(data), length)});
-    }
-    // The Motion-JPEG and audio callbacks: the stream id goes in as the frame type.
-    static void onMedia(long id, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
-        reinterpret_cast<FrameSink*>(user)->add({type, int(id), std::string(reinterpret_cast<char*>(data), length)});
-    }
     unsigned long user() { return reinterpret_cast<unsigned long>(this); }
-
-    void add(Frame f) {
+    void add(T item) {
         std::lock_guard<std::mutex> lock(mutex_);
-        frames_.push_back(std::move(f));
+        items_.push_back(std::move(item));
         arrived_.notify_all();
-    }
-    bool waitFor(size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
-        return waitUntil([count](const std::vector<Frame>& frames) { return frames.size() >= count; }, timeout);
     }
     template <typename Done>
     bool waitUntil(Done done, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
         std::unique_lock<std::mutex> lock(mutex_);
-        return arrived_.wait_for(lock, timeout, [&] { return done(frames_); });
+        return arrived_.wait_for(lock, timeout, [&] { return done(items_); });
     }
-    std::vector<Frame> frames() {
+    std::vector<T> items() {
         std::lock_guard<std::mutex> lock(mutex_);
-        return frames_;
+        return items_;
     }
 
 private:
     std::mutex mutex_;
     std::condition_variable arrived_;
-    std::vector<Frame> frames_;
+    std::vector<T> items_;
+};
+
+struct Frame {
+    int dataType;
+    int frameType;
+    std::string bytes;
+};
+
+// Frames handed to the application.
+struct FrameSink : Collected<Frame> {
+    using Frame = test::Frame;
+    static void onRealData(DATA_TYPE_E type, FRAME_TYPE_E frameType, unsigned char* data,
+                           unsigned long length, unsigned long user) {
+        reinterpret_cast<FrameSink*>(user)->add({type, frameType, std::string(reinterpret_cast<char*>(data), length)});
+    }
+    // The Motion-JPEG and audio callbacks: the stream id goes in as the frame type.
+    static void onMedia(long id, DATA_TYPE_E type, unsigned char* data, unsigned long length, unsigned long user) {
+        reinterpret_cast<FrameSink*>(user)->add({type, int(id), std::string(reinterpret_cast<char*>(data), length)});
+    }
+    bool waitFor(size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
+        return waitUntil([count](const std::vector<Frame>& frames) { return frames.size() >= count; }, timeout);
+    }
+    std::vector<Frame> frames() { return items(); }
+};
+
+// A fake camera answering DESCRIBE as told and a device logged in to it;
+// the stream is closed and the device logged out at the end.
+class StreamFixture : public ::testing::Test {
+public:
+    void login(const Reply& describe = describeReply(), const char* address = "127.0.0.1") {
+        cam.onMethod("DESCRIBE", describe);
+        StdoutCapture quiet;
+        id = Kovo_Login(address, cam.port(), nullptr);
+        ASSERT_GT(id, 0);
+    }
+    void TearDown() override {
+        StdoutCapture quiet;
+        if (id > 0 && FindDeviceByDeviceID(id)) {
+            Kovo_CloseStream(id);
+            Kovo_Logout(id);
+        }
+    }
+    FakeCamera cam;
+    long id = -1;
 };
 
 // Index of the camera-side connection that carries the stream (the one the

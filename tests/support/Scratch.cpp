@@ -2,9 +2,11 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -52,6 +54,15 @@ TempDir::TempDir() {
 
 TempDir::~TempDir() {
     if (!path_.empty()) run("rm -rf '" + path_ + "'");
+}
+
+std::string receiveBytes(int fd, size_t size, int ms) {
+    std::string out;
+    char buf[8192];
+    pollfd p = {fd, POLLIN, 0};
+    for (ssize_t n = 1; n > 0 && out.size() < size && ::poll(&p, 1, ms) > 0;)
+        if ((n = ::recv(fd, buf, std::min(sizeof buf, size - out.size()), 0)) > 0) out.append(buf, size_t(n));
+    return out;
 }
 
 int connectLoopback(uint16_t port) {

@@ -30,6 +30,9 @@ private:
 };
 using ScratchDir = TempDir;
 
+// Up to `size` bytes from a socket, fewer when it closes or nothing more
+// arrives within `ms`.
+std::string receiveBytes(int fd, size_t size, int ms = 1000);
 // A connected TCP socket to 127.0.0.1:port, or -1.
 int connectLoopback(uint16_t port);
 // A socket of `type` bound to 127.0.0.1 at `port` (0: a free one, set on

@@ -43,10 +43,10 @@ public:
 
     // The next interleaved packet's channel and RTP payload type.
     bool nextPacket(int& channel, int& payloadType) {
-        std::string frame = readExactly(4);
+        std::string frame = receiveBytes(fd_, 4, 5000);
         if (frame.size() != 4 || frame[0] != '$') return false;
         size_t length = (static_cast<unsigned char>(frame[2]) << 8) | static_cast<unsigned char>(frame[3]);
-        std::string packet = readExactly(length);
+        std::string packet = receiveBytes(fd_, length, 5000);
         if (packet.size() != length || length < 12) return false;
         channel = static_cast<unsigned char>(frame[1]);
         payloadType = packet[1] & 0x7F;
@@ -54,17 +54,6 @@ public:
     }
 
 private:
-    std::string readExactly(size_t n) {  // fewer at close or time-out
-        std::string data(n, '\0');
-        size_t have = 0;
-        for (pollfd p{fd_, POLLIN, 0}; have < n && ::poll(&p, 1, 5000) > 0;) {
-            ssize_t got = ::recv(fd_, &data[have], n - have, 0);
-            if (got <= 0) break;
-            have += static_cast<size_t>(got);
-        }
-        data.resize(have);
-        return data;
-    }
     int fd_;
 };
 
