@@ -110,10 +110,9 @@ TEST(CSocket, AcceptedConnectionGetsKeepAliveAndCanBeSentTo) {
     // A read is outstanding and the peer is silent: the data must still go out at once.
     EXPECT_TRUE(server.Send(sock, "hello", 5));
     EXPECT_EQ(receiveBytes(peer, 5), "hello");
-    kovo::test::StdoutCapture capture;
+    kovo::test::StdoutCapture quiet;
     server.TestNetwork();
     EXPECT_EQ(receiveBytes(peer, 3), std::string("ag\0", 3));
-    EXPECT_EQ(capture.text(), "TestNetwork\n");
     ::close(peer);
 }
 

@@ -30,7 +30,7 @@ TEST(FakeCamera, Smoke) {
     EXPECT_EQ(::recv(fd, &byte, 1, 0), 0);
     EXPECT_EQ(cam.openConnections(), 0);
     const Request r = cam.requests()[0];
-    EXPECT_EQ(r.method + "|" + r.url + "|" + r.version + "|" + r.header("CSeq"), "OPTIONS|rtsp://127.0.0.1/x|RTSP/1.0|1");
+    EXPECT_EQ(r.method + "|" + r.url + "|" + r.header("CSeq"), "OPTIONS|rtsp://127.0.0.1/x|1");
     EXPECT_TRUE(r.hasLine("User-Agent: t"));
     EXPECT_EQ(r.raw, first);
     ::close(fd);

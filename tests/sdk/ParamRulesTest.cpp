@@ -237,9 +237,7 @@ TEST(ParamFrame, ClientIdAndLostCamera) {
     CDevice* device = cam.device();
     ASSERT_NE(device, nullptr);
     std::strcpy(device->stream.clientid, "cms-7");
-    StdoutCapture out;
     EXPECT_EQ(Kovo_PTZControl(cam.id, 0, 30, 0), 0);
-    EXPECT_NE(out.text().find("===ClientID: cms-7===\n"), std::string::npos);
     EXPECT_EQ(cam.onlyRequestLines(), (std::vector<std::string>{kContentType, "ClientID: cms-7", "stop: 0"}));
 
     // A reply cut before its end fails; so does everything once the camera has gone.

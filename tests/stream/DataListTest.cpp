@@ -31,26 +31,20 @@ TEST(DataList, NetworkQueueIsFifoAndDoesNotBlockWhenEmpty) {
     list.PutFrame(b, 6, 0, CODEC_ID_H264);
 }
 
-TEST(DataList, FrameQueueHoldsAt201Entries) {
+// At most 201 frames; GetFrame hands out the oldest with the count before removal.
+TEST(DataList, FrameQueueHoldsAt201EntriesAndGivesTheOldestFirst) {
     CDataList list;
     char frame[] = "f";
-    for (int i = 0; i < 201; ++i) ASSERT_EQ(list.PutFrame(frame, 1, i, CODEC_ID_H264), 0) << i;
+    for (int i = 0; i < 201; ++i) ASSERT_EQ(list.PutFrame(frame, 1, 100 + i, CODEC_ID_H264), 0) << i;
     kovo::test::StdoutCapture quiet;
     EXPECT_EQ(list.PutFrame(frame, 1, 0, CODEC_ID_H264), -1);
-    EXPECT_EQ(list.GetFrameCount(), 201);
-}
-
-TEST(DataList, GetFrameReportsTheCountBeforeRemoval) {
-    CDataList list;
-    char data[] = "abc";
-    for (int i = 0; i < 3; ++i) list.PutFrame(data, 3, 100 + i, CODEC_ID_MJPEG);
     int count = -1;
-    CFrameData* frame = list.GetFrame(&count);
-    ASSERT_NE(frame, nullptr);
-    EXPECT_EQ(count, 3);
-    EXPECT_EQ(frame->m_timeStamp, 100u);  // the oldest
-    EXPECT_EQ(list.GetFrameCount(), 2);
-    delete frame;
+    CFrameData* oldest = list.GetFrame(&count);
+    ASSERT_NE(oldest, nullptr);
+    EXPECT_EQ(count, 201);
+    EXPECT_EQ(oldest->m_timeStamp, 100u);
+    EXPECT_EQ(list.GetFrameCount(), 200);
+    delete oldest;
     CDataList empty;
     EXPECT_EQ(empty.GetFrame(&count), nullptr);
     EXPECT_EQ(count, 0);

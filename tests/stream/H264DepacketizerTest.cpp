@@ -7,20 +7,17 @@
 #include "StreamTestSupport.h"
 #include "stream/H264Depacketizer.h"
 
+namespace kovo {
 namespace {
 
-using kovo::test::rtpPacket;
-using kovo::test::StdoutCapture;
+using namespace test;
 
 const std::string kStart("\x00\x00\x00\x01", 4);
 
 std::string nal(uint8_t header, const std::string& body) { return std::string(1, char(header)) + body; }
 
-
-using kovo::H264Depacketizer;
-
 struct Assembler {
-    H264Depacketizer depacketizer{kovo::ReceiveRules::Native, nullptr};
+    H264Depacketizer depacketizer{ReceiveRules::Native, nullptr};
     CBuffer* recv = evbuffer_new();
     CBuffer* frame = evbuffer_new();
     int complete = 0;
@@ -160,12 +157,6 @@ TEST(H264DepacketizerOddities, PacketLeftFromAnEarlierCallIsAppendedByTheNextFra
 
 // ---- The standards rules ------------------------------------------------------
 
-using kovo::FrameCollector;
-using kovo::ReceiveRules;
-using kovo::be16;
-using kovo::test::kPps;
-using kovo::test::kSps;
-
 TEST(H264DepacketizerStandard, StapAWithParameterSetsAndIdrIsOneKeyFrame) {
     FrameCollector out;
     H264Depacketizer unit(ReceiveRules::Standard, &out);
@@ -211,3 +202,4 @@ TEST(H264DepacketizerStandard, FuAWithALostMiddleFragmentWaitsForTheNextKeyFrame
 }
 
 }  // namespace
+}  // namespace kovo

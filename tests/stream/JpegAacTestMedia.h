@@ -155,20 +155,14 @@ inline std::string makeAacTrack(const TempDir& dir, double seconds) {
     return readFile(file);
 }
 
-// The PCM ffmpeg decodes from an ADTS stream (16-bit stereo 48 kHz); empty on failure.
-inline std::string decodeAac(const TempDir& dir, const std::string& adts, const std::string& name) {
-    writeFile(dir.file(name + ".aac"), adts);
-    const std::string pcm = dir.file(name + ".pcm");
-    if (!run("ffmpeg -loglevel error -y -i " + dir.file(name + ".aac") + " -f s16le -ac 2 -ar 48000 " + pcm))
-        return "";
-    return readFile(pcm);
-}
-
-// The PPM djpeg decodes from a JPEG file; empty on failure.
-inline std::string decodeJpeg(const TempDir& dir, const std::string& jpeg, const std::string& name) {
-    writeFile(dir.file(name + ".jpg"), jpeg);
-    if (!run("djpeg -ppm -outfile " + dir.file(name + ".ppm") + " " + dir.file(name + ".jpg"))) return "";
-    return readFile(dir.file(name + ".ppm"));
+// What the Debian tools decode from an ADTS stream (ffmpeg: 16-bit stereo
+// 48 kHz PCM) or a JPEG file (djpeg: PPM); empty on failure.
+inline std::string decoded(const TempDir& dir, const std::string& bytes, const std::string& name, bool aac) {
+    const std::string in = dir.file(name + (aac ? ".aac" : ".jpg")), out = dir.file(name + ".decoded");
+    writeFile(in, bytes);
+    const bool ok = run(aac ? "ffmpeg -loglevel error -y -i " + in + " -f s16le -ac 2 -ar 48000 " + out
+                            : "djpeg -ppm -outfile " + out + " " + in);
+    return ok ? readFile(out) : "";
 }
 
 }  // namespace kovo::test::media

@@ -40,7 +40,7 @@ Request parseRequest(std::string raw, int connection) {
     // raw ends with "\r\n\r\n"; the last (empty) line is not a header.
     for (size_t pos = 0, eol; (eol = raw.find("\r\n", pos)) != pos; pos = eol + 2)
         (pos == 0 ? request.requestLine : request.lines.emplace_back()) = raw.substr(pos, eol - pos);
-    std::istringstream(request.requestLine) >> request.method >> request.url >> request.version;
+    std::istringstream(request.requestLine) >> request.method >> request.url;
     request.raw = std::move(raw);
     return request;
 }
@@ -65,37 +65,12 @@ bool Request::hasLine(const std::string& line) const {
 }
 
 Reply Reply::ok(std::vector<std::string> headers, std::string body) {
-    Reply reply;
-    reply.headers = std::move(headers);
-    reply.body = std::move(body);
-    return reply;
+    return {.headers = std::move(headers), .body = std::move(body)};
 }
-
-Reply Reply::status_(int status, std::string reason) {
-    Reply reply;
-    reply.status = status;
-    reply.reason = std::move(reason);
-    return reply;
-}
-
-Reply Reply::rawBytes(std::string bytes) {
-    Reply reply;
-    reply.raw = std::move(bytes);
-    return reply;
-}
-
-Reply Reply::silence() {
-    Reply reply;
-    reply.silent = true;
-    return reply;
-}
-
-Reply Reply::closeConnection() {
-    Reply reply;
-    reply.silent = true;
-    reply.closeAfter = true;
-    return reply;
-}
+Reply Reply::status_(int status, std::string reason) { return {.status = status, .reason = std::move(reason)}; }
+Reply Reply::rawBytes(std::string bytes) { return {.raw = std::move(bytes)}; }
+Reply Reply::silence() { return {.silent = true}; }
+Reply Reply::closeConnection() { return {.closeAfter = true, .silent = true}; }
 
 std::string Reply::compose(const std::string& cseq) const {
     if (!raw.empty()) return raw;
@@ -243,19 +218,15 @@ void FakeCamera::serve(std::shared_ptr<Connection> conn) {
             Request request = parseRequest(pending.substr(0, end + 4), conn->index);
             pending.erase(0, end + 4);
             std::string cseq = request.header("CSeq");
-            record(request);
+            {
+                std::lock_guard<std::mutex> lock(mutex_);
+                requests_.push_back(request);
+            }
+            requestArrived_.notify_all();
             open = answer(*conn, replyFor(request), cseq);
         }
     }
     finish(*conn);
-}
-
-void FakeCamera::record(Request request) {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        requests_.push_back(std::move(request));
-    }
-    requestArrived_.notify_all();
 }
 
 Reply FakeCamera::replyFor(const Request& request) {
@@ -373,16 +344,11 @@ void FakeCamera::keepSettings(const std::vector<std::string>& seed) {
     }));
 }
 
-std::vector<Request> FakeCamera::requests() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return requests_;
-}
-
 std::vector<Request> FakeCamera::requests(const std::string& method) const {
     std::lock_guard<std::mutex> lock(mutex_);
     std::vector<Request> out;
     for (const Request& r : requests_)
-        if (r.method == method) out.push_back(r);
+        if (method.empty() || r.method == method) out.push_back(r);
     return out;
 }
 

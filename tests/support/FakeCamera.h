@@ -30,7 +30,6 @@ struct Request {
     int connection = 0;       // 0 for the first accepted connection, 1 for the next ...
     std::string method;       // "OPTIONS"
     std::string url;          // "rtsp://127.0.0.1"
-    std::string version;      // "RTSP/1.0"
     std::string requestLine;  // the whole first line
     std::vector<std::string> lines;  // header lines in order
     std::string raw;          // the exact bytes of the request, CR LF included
@@ -91,8 +90,7 @@ public:
     void keepSettings(const std::vector<std::string>& seed = {});
 
     // Recorded traffic.
-    std::vector<Request> requests() const;
-    std::vector<Request> requests(const std::string& method) const;
+    std::vector<Request> requests(const std::string& method = "") const;  // "": all
     size_t requestCount() const;
     bool waitForRequests(size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(5)) const;
     void clearRequests();
@@ -129,7 +127,6 @@ private:
     std::mutex listenMutex_;
     std::condition_variable connectionClosed_;
 
-    void record(Request request);
     bool answer(Connection& conn, const Reply& reply, const std::string& cseq);
     void finish(Connection& conn);
     std::shared_ptr<Connection> connectionAt(int index) const;
