@@ -22,13 +22,10 @@ class AacAssemblerTest : public ::testing::Test {
 protected:
     void push(const std::string& packet, bool withSink = true) {
         assembler.pushPacket(reinterpret_cast<const unsigned char*>(packet.data()), packet.size(),
-                             withSink ? &sink : nullptr, &frames);
-    }
-    static void sink(void* user, const unsigned char* data, size_t length) {
-        static_cast<std::vector<std::string>*>(user)->emplace_back(reinterpret_cast<const char*>(data), length);
+                             withSink ? &ByteFrames::sink : nullptr, &frames);
     }
     AacAssembler assembler;
-    std::vector<std::string> frames;
+    ByteFrames frames;
 };
 
 TEST_F(AacAssemblerTest, AdtsHeaderCarriesTheFrameLength) {

@@ -36,13 +36,6 @@ std::string jpegPayload(int type, int q, int w, int h, const std::string& data, 
     return std::string("\0\0\0\0", 4) + char(type) + char(q) + char(w) + char(h) + extra + data;
 }
 
-struct Collector {
-    std::vector<std::string> frames;
-    static void sink(void* user, const unsigned char* data, size_t length) {
-        static_cast<Collector*>(user)->frames.emplace_back(reinterpret_cast<const char*>(data), length);
-    }
-};
-
 const int kZigzag[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
                          12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
                          35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
@@ -111,7 +104,7 @@ protected:
     void SetUp() override { JpegAssembler::setFirstFrameDropped(true); }
     void pushRaw(const std::string& packet, JpegAssembler* to = nullptr) {
         (to ? to : &assembler)
-            ->pushPacket(reinterpret_cast<const unsigned char*>(packet.data()), packet.size(), &Collector::sink, &got);
+            ->pushPacket(reinterpret_cast<const unsigned char*>(packet.data()), packet.size(), &ByteFrames::sink, &got);
     }
     void push(const std::string& payload, bool marker) { pushRaw(test::rtpPacket(26, marker, seq++, 0, payload)); }
     // A one-packet 40x30 frame of type 1, Q 50.
@@ -119,7 +112,7 @@ protected:
     static std::string small(const std::string& scan) { return headers(1, 50, 40, 30) + scan + "\xFF\xD9"; }
 
     JpegAssembler assembler;
-    Collector got;
+    ByteFrames got;
     uint16_t seq = 1;
 };
 
@@ -147,9 +140,9 @@ TEST_F(JpegAssemblerTest, PacketSequences) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         JpegAssembler fresh;
-        got.frames.clear();
+        got.clear();
         for (const auto& [payload, marker] : row.packets) pushRaw(test::rtpPacket(26, marker, seq++, 0, payload), &fresh);
-        EXPECT_EQ(got.frames, row.frames);
+        EXPECT_EQ(got, row.frames);
     }
 }
 
@@ -157,8 +150,8 @@ TEST_F(JpegAssemblerTest, InBandTablesReachTheDqtSegments) {
     std::string tables;
     for (int i = 0; i < 128; ++i) tables += static_cast<char>(i + 1);
     push(jpegPayload(1, 255, 40, 30, "scan", std::string("\0\0\0\x80", 4) + tables), true);
-    ASSERT_EQ(got.frames.size(), 1u);
-    const std::string& f = got.frames[0];
+    ASSERT_EQ(got.size(), 1u);
+    const std::string& f = got[0];
     const auto segs = jpegSegments(f);
     ASSERT_EQ(segs[5].first, 0xDB);
     EXPECT_EQ(segs[5].second, '\0' + tables.substr(0, 64));
@@ -170,8 +163,8 @@ TEST_F(JpegAssemblerTest, InBandTablesReachTheDqtSegments) {
 // only (0x0140 reads as 0x40, 32 bytes per table; the rest keeps the standard values).
 TEST_F(JpegAssemblerTest, TableLengthUsesOnlyItsLowByte) {
     push(jpegPayload(1, 200, 40, 30, "scan", std::string("\0\0\x01\x40", 4) + std::string(64, '\x07')), true);
-    ASSERT_EQ(got.frames.size(), 1u);
-    const auto segs = jpegSegments(got.frames[0]);
+    ASSERT_EQ(got.size(), 1u);
+    const auto segs = jpegSegments(got[0]);
     EXPECT_EQ(segs[5].second, '\0' + std::string(32, '\x07') + bytes(jpegLumaQuantizer + 32, 32));
     EXPECT_EQ(segs[6].second, '\1' + std::string(32, '\x07') + bytes(jpegChromaQuantizer + 32, 32));
 }
@@ -183,7 +176,7 @@ TEST_F(JpegAssemblerTest, FirstFinishedFrameOfTheProcessIsDroppedOnce) {
     pushSmall("dropped");
     pushRaw(test::rtpPacket(26, true, 9, 0, jpegPayload(1, 50, 40, 30, "kept")), &other);
     pushSmall("also kept");  // starts with its headers again
-    EXPECT_EQ(got.frames, (std::vector<std::string>{small("kept"), small("also kept")}));
+    EXPECT_EQ(got, (std::vector<std::string>{small("kept"), small("also kept")}));
     EXPECT_TRUE(JpegAssembler::firstFrameDropped());
 }
 
@@ -193,7 +186,7 @@ TEST_F(JpegAssemblerTest, OversizedFrameIsDroppedWholeAndAssemblyResumes) {
     for (int i = 0; i < 20; ++i) pushSmall(chunk, false);
     pushSmall(chunk);
     pushSmall("small");
-    EXPECT_EQ(got.frames, std::vector<std::string>{small("small")});
+    EXPECT_EQ(got, std::vector<std::string>{small("small")});
 }
 
 TEST_F(JpegAssemblerTest, ShortPacketsDropTheFrameWithoutReadingPastThem) {
@@ -213,9 +206,9 @@ TEST_F(JpegAssemblerTest, ShortPacketsDropTheFrameWithoutReadingPastThem) {
         pushSmall("tail");
         pushSmall("good");
         EXPECT_FALSE(capture.text().empty());
-        ASSERT_FALSE(got.frames.empty());
-        EXPECT_EQ(got.frames.back(), small("good"));
-        got.frames.clear();
+        ASSERT_FALSE(got.empty());
+        EXPECT_EQ(got.back(), small("good"));
+        got.clear();
     }
     // A short packet in the middle of a frame drops the rest of that frame.
     test::StdoutCapture capture;
@@ -223,14 +216,14 @@ TEST_F(JpegAssemblerTest, ShortPacketsDropTheFrameWithoutReadingPastThem) {
     pushRaw(test::rtpPacket(26, false, 2, 0, "tiny"));
     pushSmall("lost");
     pushSmall("fine");
-    EXPECT_EQ(got.frames, std::vector<std::string>{small("fine")});
+    EXPECT_EQ(got, std::vector<std::string>{small("fine")});
 }
 
 TEST_F(JpegAssemblerTest, NullSinkBuildsAndDiscards) {
     const std::string packet = test::rtpPacket(26, true, 1, 0, jpegPayload(1, 50, 40, 30, "x"));
     assembler.pushPacket(reinterpret_cast<const unsigned char*>(packet.data()), packet.size(), nullptr, nullptr);
     pushSmall("y");
-    EXPECT_EQ(got.frames, std::vector<std::string>{small("y")});
+    EXPECT_EQ(got, std::vector<std::string>{small("y")});
 }
 
 // ---- The standards rules ------------------------------------------------------

@@ -62,24 +62,14 @@ std::vector<std::vector<std::string>> accessUnits(const std::string& es) {
     return units;
 }
 
-// Interleaved RTP packets of one access unit on channel 0.
+// Interleaved RTP packets of one access unit on channel 0; forced: its small
+// last NAL unit in two fragments.
 std::string packetise(const std::vector<std::string>& au, uint16_t& seq, uint32_t ts, bool forceFragments) {
     std::string out;
     for (size_t i = 0; i < au.size(); ++i) {
-        const std::string& nal = au[i];
         const bool last = i + 1 == au.size();
-        if (nal.size() <= kFragment && !(forceFragments && last)) {
-            out += interleave(0, rtpPacket(96, last, seq++, ts, nal));
-            continue;
-        }
-        const size_t piece = nal.size() <= kFragment ? (nal.size() + 1) / 2 : kFragment;
-        const char indicator = char((nal[0] & 0x60) | 28);
-        for (size_t at = 1; at < nal.size(); at += piece) {
-            const bool end = at + piece >= nal.size();
-            const char header = char((at == 1 ? 0x80 : 0) | (end ? 0x40 : 0) | (nal[0] & 0x1F));
-            out += interleave(0, rtpPacket(96, last && end, seq++, ts,
-                                           std::string{indicator, header} + nal.substr(at, piece)));
-        }
+        const bool force = forceFragments && last && au[i].size() <= kFragment;
+        out += h264Packets(au[i], seq, ts, last, force ? (au[i].size() + 1) / 2 : kFragment);
     }
     return out;
 }

@@ -242,16 +242,11 @@ long residentKb() {
 }
 
 // Frame i: an SPS and a 60 KB IDR slice in FU-A fragments, its bytes telling i.
-std::string bigFrame(uint16_t& seq, uint32_t i, std::string* annexB) {
+std::string bigFrame(uint16_t& seq, uint32_t i, std::string* annexB = nullptr) {
     std::string body(60000, char(i % 251));
     memcpy(&body[0], &i, sizeof i);
-    *annexB = std::string("\0\0\0\1\x67sps\0\0\0\1\x65", 13) + body;
-    std::string out = interleave(0, rtpPacket(96, false, seq++, i, "\x67sps"));
-    for (size_t at = 0; at < body.size(); at += 1400) {
-        const char header = char((at == 0 ? 0x80 : 0) | (at + 1400 >= body.size() ? 0x40 : 0) | 5);
-        out += interleave(0, rtpPacket(96, false, seq++, i, std::string{char(0x7C), header} + body.substr(at, 1400)));
-    }
-    return out;
+    if (annexB) *annexB = std::string("\0\0\0\1\x67sps\0\0\0\1\x65", 13) + body;
+    return interleave(0, rtpPacket(96, false, seq++, i, "\x67sps")) + h264Packets("\x65" + body, seq, i, false);
 }
 
 // A callback taking 100 ms a frame on a fast stream: the queue stays within
@@ -273,17 +268,13 @@ TEST_F(StreamHealth, SlowCallbackKeepsTheQueueBoundedAndFramesWhole) {
         std::this_thread::sleep_for(100ms);
     }, slow.user());
     uint16_t seq = 0;
-    for (uint32_t i = 0; i < 300; ++i) {
-        std::string annexB;
-        ASSERT_TRUE(cam.send(conn, bigFrame(seq, i, &annexB)));
-    }
+    for (uint32_t i = 0; i < 300; ++i) ASSERT_TRUE(cam.send(conn, bigFrame(seq, i)));
     Event dropped;
     EXPECT_TRUE(events.waitFor(KOVO_EVENT_FRAMES_DROPPED, &dropped));
     EXPECT_GT(dropped.detail, 1024 * 1024);
     // Frames sent slower than the callback takes them come out whole after the drop.
     for (uint32_t i = 300; i < 310; ++i) {
-        std::string annexB;
-        ASSERT_TRUE(cam.send(conn, bigFrame(seq, i, &annexB)));
+        ASSERT_TRUE(cam.send(conn, bigFrame(seq, i)));
         std::this_thread::sleep_for(300ms);
     }
     slow.waitFor(5, 20s);

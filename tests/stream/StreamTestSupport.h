@@ -127,6 +127,20 @@ inline std::string senderReport(long long unixMicros, uint32_t rtpTimestamp) {
     return sr;
 }
 
+// One H.264 NAL unit as interleaved RTP on channel 0: whole up to `piece`
+// bytes, else in FU-A fragments of `piece` bytes; the marker on its last packet if `marker`.
+inline std::string h264Packets(const std::string& nal, uint16_t& seq, uint32_t ts, bool marker, size_t piece = 1400) {
+    if (nal.size() <= piece) return interleave(0, rtpPacket(96, marker, seq++, ts, nal));
+    std::string out;
+    for (size_t at = 1; at < nal.size(); at += piece) {
+        const bool end = at + piece >= nal.size();
+        const char header = char((at == 1 ? 0x80 : 0) | (end ? 0x40 : 0) | (nal[0] & 0x1F));
+        out += interleave(0, rtpPacket(96, marker && end, seq++, ts,
+                                       std::string{char((nal[0] & 0x60) | 28), header} + nal.substr(at, piece)));
+    }
+    return out;
+}
+
 }  // namespace kovo::test
 
 namespace kovo {
@@ -151,6 +165,13 @@ struct FrameCollector : FrameSink {
         ASSERT_TRUE(ParseRtpPacket(reinterpret_cast<const uint8_t*>(packet.data()), uint32_t(packet.size()),
                                    RtpRules::Standard, p));
         unit.push(p, lossBefore);
+    }
+};
+
+// Frames an assembler hands to its byte sink.
+struct ByteFrames : std::vector<std::string> {
+    static void sink(void* user, const unsigned char* data, size_t length) {
+        static_cast<ByteFrames*>(user)->emplace_back(reinterpret_cast<const char*>(data), length);
     }
 };
 

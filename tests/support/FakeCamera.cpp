@@ -240,7 +240,7 @@ Reply FakeCamera::replyFor(const Request& request) {
             return reply;
         }
         auto it = handlers_.find(request.method);
-        handler = it != handlers_.end() ? it->second : defaultHandler_;
+        if (it != handlers_.end()) handler = it->second;
     }
     // Called unlocked: handlers may inspect the camera.
     return handler ? handler(request) : Reply{};
@@ -306,11 +306,6 @@ void FakeCamera::onMethod(const std::string& method, Handler handler) {
 void FakeCamera::queue(const std::string& method, Reply reply) {
     std::lock_guard<std::mutex> lock(mutex_);
     queued_[method].push_back(std::move(reply));
-}
-
-void FakeCamera::setDefault(Handler handler) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    defaultHandler_ = std::move(handler);
 }
 
 void FakeCamera::keepSettings(const std::vector<std::string>& seed) {

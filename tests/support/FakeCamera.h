@@ -77,12 +77,10 @@ public:
 
     uint16_t port() const;
 
-    // Scripting. A queued reply (once) wins over a per-method handler, which
-    // wins over the default handler.
+    // Scripting. A queued reply (once) wins over a per-method handler.
     void onMethod(const std::string& method, Reply reply);           // every time
     void onMethod(const std::string& method, Handler handler);       // every time
     void queue(const std::string& method, Reply reply);              // next matching request only
-    void setDefault(Handler handler);
     // A camera that keeps its settings: each SET_PARAMETER stores its
     // "key: value" lines, each GET_PARAMETER is answered with the stored
     // value of every line it names (a bare key, or the key of a "key: value"
@@ -117,7 +115,6 @@ private:
     std::vector<Request> requests_;
     std::map<std::string, Handler> handlers_;
     std::map<std::string, std::deque<Reply>> queued_;
-    Handler defaultHandler_;
     std::vector<std::shared_ptr<Connection>> connections_;
     std::thread acceptThread_;
     bool stopping_ = false;
