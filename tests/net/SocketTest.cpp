@@ -25,15 +25,6 @@ using namespace kovo::test;
 
 char kLoopback[] = "127.0.0.1";
 
-bool eventually(const std::function<bool()>& condition) {
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
-
 bool endOfStream(int fd) {
     char byte;
     pollfd p = {fd, POLLIN, 0};

@@ -124,8 +124,7 @@ TEST(Login, LogoutWhileOtherThreadsCallTheDevice) {
 }
 
 TEST(Registry, LookupsAndDisconnectCallback) {
-    EXPECT_EQ(FindDeviceByDeviceID(0), nullptr);
-    EXPECT_EQ(FindDeviceByDeviceID(-5), nullptr);
+    EXPECT_EQ(FindDeviceByDeviceID(0) || FindDeviceByDeviceID(-5), false);
     EXPECT_EQ(OnRecvData(987654, "x", 1), 1);
     FakeCamera cam;
     const long id = Kovo_Login("127.0.0.1", cam.port(), nullptr);

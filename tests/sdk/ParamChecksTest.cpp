@@ -29,8 +29,7 @@ long serial(long id, int com, std::function<void(SERIALPORT_CONFIG&)> e = {}) {
     return edited(channel(Kovo_SetSerialPortConfig, com), id, SERIALPORT_CONFIG{0, 1, 9600, 8, 0, 1}, e);
 }
 long transfer(long id, int channel, int len) {
-    unsigned char bytes[40] = {};
-    return Kovo_TransparentTransfer(id, channel, bytes, len);
+    return Kovo_TransparentTransfer(id, channel, std::vector<unsigned char>(40).data(), len);
 }
 long text(long id, PlainCall set, int channel, std::string value) { return set(id, channel, value.data()); }
 long date(long id, DATETIME_CONFIG d) { return Kovo_SetDateTime(id, &d); }
@@ -61,8 +60,7 @@ long md(long id, int area, std::function<void(MD_CONFIG&)> e = {}) {
     return edited(channel(Kovo_SetMDConfig, 0, area), id, MD_CONFIG{1, 80, 0, 0, 1920, 1080}, e);
 }
 long snap(long id, int interval, int quality) {
-    LOCAL_SCHEDULE_SNAP_PARAM s{0, "", "", 0, "", "", interval, quality};
-    return Kovo_SetLocalScheduleSnapParam(id, &s);
+    return edited<LOCAL_SCHEDULE_SNAP_PARAM>(Kovo_SetLocalScheduleSnapParam, id, {0, "", "", 0, "", "", interval, quality}, {});
 }
 long remoteSnap(long id, REMOTE_SNAP s) { return Kovo_RemoteSnap(id, &s); }
 long search(long id, const char* start, const char* end) {

@@ -68,23 +68,26 @@ TEST(ParamRules, OneCasePerConversionRule) {
     }
 }
 
+// A value without a word is sent as the fallback word; a full text array
+// goes out whole (it has no terminator).
 TEST(ParamRules, SetsSendValuesWithoutWordsAsTheFallbackAndFullTextsWhole) {
     LoggedInCamera cam;
     ASSERT_GT(cam.id, 0);
-    HOME_FUNCTION home{0, 9, 0, 0};
-    STORAGE_DEVICE_MODE mode{0, 2};
-    AUDIO_ATTRIBUTE audio{0, 5, 3, 0, 0, 99, 0, -4};  // bit rate 0: sent unchecked
     OSD_REGION title{};
     std::memset(title.title, 'T', sizeof title.title);
     std::strcpy(title.titlecolor, "White");
-    EXPECT_EQ(Kovo_SetHomeFunction(cam.id, &home), 0);
-    EXPECT_EQ(cam.onlyRequestLines()[2], "HomeFuctionMode: Preset");
-    EXPECT_EQ(Kovo_SetStorageMode(cam.id, &mode), 0);
-    EXPECT_EQ(cam.onlyRequestLines()[2], "LocalStoreSequence: recycle");
-    EXPECT_EQ(Kovo_SetAudioAttribute(cam.id, 0, &audio), 0);
-    EXPECT_EQ(cam.onlyRequestLines()[3], "AudioEncodeType: AAC");
-    EXPECT_EQ(Kovo_SetOSDRegion(cam.id, 0, 1, &title), 0);
-    EXPECT_EQ(cam.onlyRequestLines()[3], "TitleChar: " + std::string(24, 'T'));
+    const struct { std::function<long(long)> set; size_t line; std::string sent; } rows[] = {
+        {[](long id) { HOME_FUNCTION h{0, 9, 0, 0}; return Kovo_SetHomeFunction(id, &h); }, 2, "HomeFuctionMode: Preset"},
+        {[](long id) { STORAGE_DEVICE_MODE m{0, 2}; return Kovo_SetStorageMode(id, &m); }, 2, "LocalStoreSequence: recycle"},
+        // Bit rate 0: sent unchecked.
+        {[](long id) { AUDIO_ATTRIBUTE a{0, 5, 3, 0, 0, 99, 0, -4}; return Kovo_SetAudioAttribute(id, 0, &a); }, 3,
+         "AudioEncodeType: AAC"},
+        {[&](long id) { return Kovo_SetOSDRegion(id, 0, 1, &title); }, 3, "TitleChar: " + std::string(24, 'T')},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.set(cam.id), 0) << row.sent;
+        EXPECT_EQ(cam.onlyRequestLines().at(row.line), row.sent);
+    }
 }
 
 // Odd, but what the camera expects and what the library has always done.

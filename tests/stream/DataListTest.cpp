@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "support/FakeCamera.h"
+#include "support/Scratch.h"
 #include "stream/DataList.h"
 
 namespace {
@@ -87,9 +88,7 @@ TEST(DataList, PacingConsumesQueuedFramesAndStops) {
     for (int i = 0; i < 6; ++i) list.PutFrame(data, 1, i, CODEC_ID_H264);
     std::atomic<int> run{1};
     std::thread pacer([&] { PaceDecodeFrames(&list, 1000, run); });
-    for (int i = 0; i < 200 && list.GetFrameCount() > 0; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    EXPECT_EQ(list.GetFrameCount(), 0);
+    EXPECT_TRUE(kovo::test::eventually([&] { return list.GetFrameCount() == 0; }));
     run = 0;
     pacer.join();
 }

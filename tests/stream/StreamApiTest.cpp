@@ -9,6 +9,7 @@
 #include "StreamTestSupport.h"
 #include "sdk/Device.h"
 #include "sdk/KovoSDK.h"
+#include "support/Scratch.h"
 
 namespace {
 
@@ -25,19 +26,14 @@ int threadCount() {
 }
 
 bool waitForThreads(int expected) {
-    for (int i = 0; i < 200 && threadCount() != expected; ++i) std::this_thread::sleep_for(10ms);
-    return threadCount() == expected;
+    return eventually([&] { return threadCount() == expected; });
 }
 
-std::string nal(bool marker, uint16_t seq, uint8_t header, const std::string& body) {
-    return interleave(0, rtpPacket(96, marker, seq, 0, std::string(1, char(header)) + body));
-}
-
-// `count` key frames (SPS, then IDR with the marker) on channel 0.
+// `count` key frames on channel 0.
 std::string keyFrames(int count, size_t idrSize = 3) {
     std::string batch;
-    for (uint16_t i = 0; i < count; ++i)
-        batch += nal(false, i, 0x67, "sps") + nal(true, i, 0x65, std::string(idrSize, 'i'));
+    uint16_t seq = 0;
+    for (int ts = 1; ts <= count; ++ts) batch += keyFrame(seq, uint32_t(ts), idrSize);
     return batch;
 }
 
@@ -125,8 +121,7 @@ TEST_F(StreamApi, FailedOpensReturnTheirCodes) {
         EXPECT_EQ(FindDeviceByDeviceID(id), nullptr);
         EXPECT_EQ(Kovo_Logout(id), -1);
         EXPECT_EQ(Kovo_CloseStream(id), -1);
-        for (int i = 0; i < 100 && cam.openConnections() > before - 2; ++i) std::this_thread::sleep_for(10ms);
-        EXPECT_EQ(cam.openConnections(), before - 2);
+        EXPECT_TRUE(eventually([&] { return cam.openConnections() == before - 2; }));
     }
 }
 
@@ -204,8 +199,7 @@ TEST_F(StreamApi, ClosingFromTheFrameCallbackIsSafe) {
     ASSERT_EQ(Kovo_SetRealDataCallBack(id, H264DATA_TYPE, closeFromCallback, 0), 0);
     StdoutCapture quiet;
     ASSERT_TRUE(cam.send(streamConnection(cam), keyFrames(10)));
-    for (int i = 0; i < 200 && g_closeFromCallbackResult == 1; ++i) std::this_thread::sleep_for(10ms);
-    EXPECT_EQ(g_closeFromCallbackResult, 0);
+    EXPECT_TRUE(eventually([] { return g_closeFromCallbackResult == 0; }));
     EXPECT_TRUE(waitForThreads(baseline));
     EXPECT_EQ(FindDeviceByDeviceID(id)->m_pVideoControl, nullptr);
 }

@@ -13,6 +13,7 @@
 #include "StreamTestSupport.h"
 #include "sdk/Device.h"
 #include "sdk/KovoSDK.h"
+#include "support/Scratch.h"
 
 namespace {
 
@@ -44,11 +45,6 @@ struct EventLog : Collected<Event> {
         return std::count_if(events.begin(), events.end(), [&](const Event& e) { return e.event == kind; });
     }
 };
-
-std::string keyFrame(uint16_t& seq, uint32_t ts, size_t size = 40) {
-    std::string sps = interleave(0, rtpPacket(96, false, seq++, ts, "\x67sps"));
-    return sps + interleave(0, rtpPacket(96, true, seq++, ts, "\x65" + std::string(size, char('a' + ts % 26))));
-}
 
 class StreamHealth : public StreamFixture {
 protected:
@@ -226,8 +222,7 @@ TEST_F(StreamHealth, EventCallbackMayCloseOrLogOut) {
         uint16_t seq = 0;
         ASSERT_TRUE(cam.send(conn, keyFrame(seq, 1)));
         if (c.on != KOVO_EVENT_STREAM_STALLED) cam.closeConnection(conn, true);
-        for (int i = 0; i < 200 && !closer.done; ++i) std::this_thread::sleep_for(10ms);
-        ASSERT_TRUE(closer.done);
+        ASSERT_TRUE(eventually([&] { return closer.done.load(); }));
         EXPECT_EQ(closer.closed, 0);
         EXPECT_EQ(closer.loggedOut, 0);
         EXPECT_EQ(FindDeviceByDeviceID(id), nullptr);

@@ -127,6 +127,12 @@ inline std::string senderReport(long long unixMicros, uint32_t rtpTimestamp) {
     return sr;
 }
 
+// A key frame on channel 0: an SPS, then an IDR slice of `size` bytes telling ts, with the marker.
+inline std::string keyFrame(uint16_t& seq, uint32_t ts, size_t size = 40) {
+    std::string sps = interleave(0, rtpPacket(96, false, seq++, ts, "\x67sps"));
+    return sps + interleave(0, rtpPacket(96, true, seq++, ts, "\x65" + std::string(size, char('a' + ts % 26))));
+}
+
 // One H.264 NAL unit as interleaved RTP on channel 0: whole up to `piece`
 // bytes, else in FU-A fragments of `piece` bytes; the marker on its last packet if `marker`.
 inline std::string h264Packets(const std::string& nal, uint16_t& seq, uint32_t ts, bool marker, size_t piece = 1400) {

@@ -16,10 +16,6 @@ namespace {
 
 using namespace kovo::test;
 
-std::string nalPacket(bool marker, uint8_t header, const std::string& body = "x") {
-    return interleave(0, rtpPacket(96, marker, 0, 0, std::string(1, char(header)) + body));
-}
-
 struct Controller {
     CVideoControl control{320, 240, 25};
     FrameSink sink;
@@ -33,23 +29,10 @@ struct Controller {
     }
 };
 
-TEST(VideoControl, NothingIsDeliveredBeforeTheFirstSpsLedFrame) {
-    Controller c;
-    // First packet waits (start flag clear), the next ones run one behind.
-    c.push(nalPacket(true, 0x41) + nalPacket(true, 0x41) + nalPacket(true, 0x41) +
-           nalPacket(false, 0x67) + nalPacket(true, 0x65) + nalPacket(true, 0x41) + nalPacket(true, 0x41));
-    auto frames = c.sink.frames();
-    ASSERT_EQ(frames.size(), 2u);  // the last packet is still waiting behind
-    EXPECT_EQ(frames[0].frameType, I_FRAME);
-    EXPECT_EQ(frames[0].bytes, std::string("\0\0\0\1\x67x\0\0\0\1\x65x", 12));
-    EXPECT_EQ(frames[1].frameType, P_FRAME);
-    c.push(nalPacket(true, 0x41));
-    EXPECT_EQ(c.sink.frames().size(), 3u);
-}
-
 TEST(VideoControl, NoFramesForOtherDataTypesOrWithoutConnectType) {
     std::string keyFrames;
-    for (int i = 0; i < 4; ++i) keyFrames += nalPacket(false, 0x67) + nalPacket(true, 0x65);
+    uint16_t seq = 0;
+    for (uint32_t ts = 1; ts <= 4; ++ts) keyFrames += keyFrame(seq, ts);
     for (DATA_TYPE_E type : {MJPEGDATA_TYPE, NODATA_TYPE, YUVDATA_TYPE}) {
         Controller c(type);
         c.push(keyFrames);

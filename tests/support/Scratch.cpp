@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 namespace kovo::test {
 namespace {
@@ -54,6 +55,14 @@ TempDir::TempDir() {
 
 TempDir::~TempDir() {
     if (!path_.empty()) run("rm -rf '" + path_ + "'");
+}
+
+bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
+    for (const auto deadline = std::chrono::steady_clock::now() + timeout; !condition();) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
 }
 
 std::string receiveBytes(int fd, size_t size, int ms) {

@@ -5,7 +5,9 @@
 
 #include <sys/socket.h>
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace kovo::test {
@@ -30,6 +32,8 @@ private:
 };
 using ScratchDir = TempDir;
 
+// Polls the condition every 5 ms until it holds or the time-out passes; whether it held.
+bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds timeout = std::chrono::seconds(5));
 // Up to `size` bytes from a socket, fewer when it closes or nothing more
 // arrives within `ms`.
 std::string receiveBytes(int fd, size_t size, int ms = 1000);
