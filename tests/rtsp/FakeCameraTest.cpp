@@ -22,7 +22,6 @@ TEST(FakeCamera, Smoke) {
     const std::string replies = "RTSP/1.0 404 Not Found\r\nCSeq: 1\r\n\r\nRTSP/1.0 200 OK\r\nCSeq: 2\r\nPublic: OPTIONS\r\n\r\n";
     EXPECT_EQ(receiveBytes(fd, replies.size()), replies);
     const std::string media = interleave(1, rtpPacket(96, true, 7, 9, "m"));
-    EXPECT_EQ(media.substr(0, 6), std::string("$\x01\x00\x0d\x80\xe0", 6));
     ASSERT_TRUE(cam.send(0, media));
     EXPECT_EQ(receiveBytes(fd, media.size()), media);
     cam.closeConnection(0);

@@ -216,8 +216,7 @@ TEST(RtspSocketLayer, ReadsWritesAndClosedPeers) {
     const int sock = rtspsocket_connect(const_cast<char*>("127.0.0.1"), cam.port());
     ASSERT_GE(sock, 0);
     char request[] = "OPTIONS * RTSP/1.0\r\nCSeq: 1\r\n\r\nXYZ";
-    const int n = rtspsocket_write(sock, request, 30);
-    EXPECT_EQ(n, 30);
+    EXPECT_EQ(rtspsocket_write(sock, request, 30), 30);
     EXPECT_EQ(request[30], '\0');
     char reply[64];
     EXPECT_EQ(rtspsocket_read(sock, reply, sizeof reply - 1), 0);  // peer closed

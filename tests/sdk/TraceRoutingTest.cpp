@@ -50,8 +50,7 @@ TEST(TraceRouting, CallbackGetsEveryLineOnceAndStandardOutputNothing) {
     Kovo_SetTraceCallBack(nullptr, 0);
     EXPECT_EQ(out.text(), "");
 
-    const std::string port = std::to_string(cam.port());
-    EXPECT_EQ(got.count("try to connect 127.0.0.1:" + port + "==proxy:(null)=="), 1);
+    EXPECT_EQ(got.count("try to connect 127.0.0.1:" + std::to_string(cam.port()) + "==proxy:(null)=="), 1);
     EXPECT_EQ(got.count("==SDK_VERSION:2.1.2=="), 1);
     EXPECT_EQ(got.count("---send OPTIONS rtsp://127.0.0.1 RTSP/1.0"), 2);
     EXPECT_EQ(got.count("---send GET_PARAMETER rtsp://127.0.0.1 RTSP/1.0"), 1);

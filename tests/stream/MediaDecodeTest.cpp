@@ -239,15 +239,7 @@ uint32_t timestampOf(const std::string& packet) {
            uint8_t(packet[7]);
 }
 
-struct InfoSink : test::FrameSink {
-    std::vector<KOVO_FRAME_INFO> infos;  // guarded by the FrameSink's order of add()
-    static void onFrame(const KOVO_FRAME_INFO* info, const unsigned char* data, unsigned long length,
-                        unsigned long user) {
-        auto* self = reinterpret_cast<InfoSink*>(user);
-        self->infos.push_back(*info);
-        self->add({info->eDataType, info->eFrameType, std::string(reinterpret_cast<const char*>(data), length)});
-    }
-};
+using InfoSink = Collected<std::pair<KOVO_FRAME_INFO, std::string>>;
 
 void decodeThirdPartyStandard(StreamFixture& s, TempDir& dir) {
     if (!haveTool("gst-launch-1.0")) GTEST_SKIP() << "gst-launch-1.0 is needed";
@@ -279,7 +271,10 @@ void decodeThirdPartyStandard(StreamFixture& s, TempDir& dir) {
     const KOVO_STREAM_OPTIONS standard{1};
     InfoSink sink;
     ASSERT_EQ(Kovo_SetStreamOptions(id, &standard), 0);
-    ASSERT_EQ(Kovo_SetFrameCallBack(id, InfoSink::onFrame, sink.user()), 0);
+    ASSERT_EQ(Kovo_SetFrameCallBack(id, [](const KOVO_FRAME_INFO* info, const unsigned char* data, unsigned long length,
+                                           unsigned long user) {
+        reinterpret_cast<InfoSink*>(user)->add({*info, std::string(reinterpret_cast<const char*>(data), length)});
+    }, sink.user()), 0);
     ASSERT_EQ(Kovo_OpenStream(id, 0, 0, 0, CONNECT_TYPE_TCP, 0), 0);
     // The sender's clock: the first frames of both media at T0.
     const long long t0 = 1700000000123456LL;
@@ -288,19 +283,19 @@ void decodeThirdPartyStandard(StreamFixture& s, TempDir& dir) {
     for (const std::string& packet : video) wire += interleave(2, packet);
     for (const std::string& packet : audio) wire += interleave(0, packet);
     ASSERT_TRUE(s.cam.send(streamConnection(s.cam), wire));
-    const bool all = sink.waitFor(60 + audioUnits);
+    const bool all = sink.waitUntil([&](auto& frames) { return frames.size() >= 60 + audioUnits; });
     KOVO_STREAM_STATS stats{};
     EXPECT_EQ(Kovo_GetStreamStatistics(id, &stats), 0);
     Kovo_CloseStream(id);
     quiet.text();
-    ASSERT_TRUE(all) << sink.frames().size() << " frames";
+    ASSERT_TRUE(all) << sink.items().size() << " frames";
 
-    const auto frames = sink.frames();
+    const auto frames = sink.items();
     std::string received;
     std::vector<std::string> units;
     int videoIndex = 0, audioIndex = 0;
     for (size_t i = 0; i < frames.size(); ++i) {
-        const KOVO_FRAME_INFO& info = sink.infos[i];
+        const auto& [info, bytes] = frames[i];
         const bool isVideo = info.eDataType == H264DATA_TYPE;
         const int index = isVideo ? videoIndex++ : audioIndex++;
         // Source times: 25 frames/s; 1024 samples a unit at 44.1 kHz; within one RTP tick.
@@ -311,12 +306,12 @@ void decodeThirdPartyStandard(StreamFixture& s, TempDir& dir) {
         if (isVideo) {
             EXPECT_EQ(info.eFrameType, index % 30 == 0 ? I_FRAME : P_FRAME) << index;
             EXPECT_EQ(info.nWidth * 1000 + info.nHeight, 320240);
-            received += frames[i].bytes;
+            received += bytes;
         } else {
             // ADTS from the SDP config: AAC LC, 44.1 kHz, mono.
-            EXPECT_EQ(uint8_t(frames[i].bytes[2]), 0x50);
-            EXPECT_EQ(uint8_t(frames[i].bytes[3]) >> 6, 1);
-            units.push_back(frames[i].bytes.substr(7));
+            EXPECT_EQ(uint8_t(bytes[2]), 0x50);
+            EXPECT_EQ(uint8_t(bytes[3]) >> 6, 1);
+            units.push_back(bytes.substr(7));
         }
     }
     EXPECT_EQ(units, std::vector<std::string>(sourceUnits.begin(), sourceUnits.begin() + audioUnits));

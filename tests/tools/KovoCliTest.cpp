@@ -21,11 +21,8 @@ std::string kovoPath() { return std::string(KOVO_BINARY_DIR) + "/tools/cli/kovo"
 // Runs kovo; its exit status, standard output in `output` (standard error
 // dropped unless `withErrors`).
 int kovo(const std::string& arguments, std::string* output = nullptr, bool withErrors = false) {
-    std::string text;
-    const int status =
-        runCommand("(" + kovoPath() + " " + arguments + (withErrors ? ")" : " 2>/dev/null)"), &text);
-    if (output) *output = text;
-    return status;
+    if (output) output->clear();
+    return runCommand("(" + kovoPath() + " " + arguments + (withErrors ? ")" : " 2>/dev/null)"), output);
 }
 
 // "name value" lines of `kovo get`.
