@@ -30,15 +30,17 @@ KOVO_ERROR_E connectError(int err) {
     return err == ECONNREFUSED ? KOVO_ERR_REFUSED : KOVO_ERR_UNREACHABLE;
 }
 
-// Waits until fd is readable or the deadline passes; EINTR resumes the wait.
-bool readableBefore(int fd, Clock::time_point deadline) {
+// Waits until fd is ready for events or the deadline passes; EINTR resumes
+// the wait. As poll: above 0 ready, 0 timed out, below 0 failed.
+int readyBefore(int fd, short events, Clock::time_point deadline) {
     for (;;) {
-        pollfd pfd{fd, POLLIN, 0};
+        pollfd pfd{fd, events, 0};
         const int ready = poll(&pfd, 1, msUntil(deadline));
-        if (ready > 0) return true;
-        if (ready == 0 || errno != EINTR) return false;
+        if (ready >= 0 || errno != EINTR) return ready;
     }
 }
+
+bool readableBefore(int fd, Clock::time_point deadline) { return readyBefore(fd, POLLIN, deadline) > 0; }
 
 // The reply of the awaited request did not come in time: it may still come,
 // and the next request must go out numbered as if it had.
@@ -98,12 +100,8 @@ int rtsp_open_socket(CConnect* conn, unsigned long addr, int port) {
     int err = connect(conn->s, sa, sizeof target) == 0 ? 0 : errno;
     if (err == EINPROGRESS) {
         const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(bound);
-        pollfd pfd{conn->s, POLLOUT, 0};
-        int ready;
-        while ((ready = poll(&pfd, 1, msUntil(deadline))) < 0 && errno == EINTR) {
-        }
         socklen_t size = sizeof err;
-        if (ready <= 0)
+        if (readyBefore(conn->s, POLLOUT, deadline) <= 0)
             err = ETIMEDOUT;
         else if (getsockopt(conn->s, SOL_SOCKET, SO_ERROR, &err, &size) != 0)
             err = errno;
@@ -167,13 +165,12 @@ int rtsp_send_bounded(CConnect* conn, const char* data, size_t size) {
         }
         if (n < 0 && errno == EINTR) continue;
         if (n == 0 || (errno != EAGAIN && errno != EWOULDBLOCK)) return kovo::failWith(KOVO_ERR_CLOSED, -1);
-        pollfd pfd{conn->s, POLLOUT, 0};
-        const int ready = poll(&pfd, 1, msUntil(deadline));
+        const int ready = readyBefore(conn->s, POLLOUT, deadline);
         if (ready == 0) {
             if (sent > 0) rtsp_interrupt(conn);
             return kovo::failWith(KOVO_ERR_TIMEOUT, -1);
         }
-        if (ready < 0 && errno != EINTR) return kovo::failWith(KOVO_ERR_CLOSED, -1);
+        if (ready < 0) return kovo::failWith(KOVO_ERR_CLOSED, -1);
     }
     return static_cast<int>(sent);
 }
