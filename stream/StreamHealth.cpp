@@ -30,16 +30,13 @@ int KeepAliveIntervalMs(int keepAliveSec, const char* session) {
 }
 
 void StreamHealth::configure(int stallMs, int keepAliveMs, int replyMs, int64_t now) {
-    stallMs_ = std::max(stallMs, 0);
-    keepAliveMs_ = std::max(keepAliveMs, 0);
-    // Without a reply bound, the answer is due before the next keep-alive.
-    replyMs_ = replyMs > 0 ? replyMs : keepAliveMs_;
     lastMedia_ = now;
     stalled_ = false;
-    nextKeepAlive_ = now + keepAliveMs_;
     awaitingReply_ = false;
     useGetParameter_ = true;
     replyStatus_.store(-1);
+    keepAliveMs_ = 0;  // so that the first keep-alive counts from now
+    retune(stallMs, keepAliveMs, replyMs, now);
 }
 
 void StreamHealth::retune(int stallMs, int keepAliveMs, int replyMs, int64_t now) {
@@ -47,6 +44,7 @@ void StreamHealth::retune(int stallMs, int keepAliveMs, int replyMs, int64_t now
     keepAliveMs = std::max(keepAliveMs, 0);
     if (keepAliveMs != keepAliveMs_) nextKeepAlive_ = now + keepAliveMs;
     keepAliveMs_ = keepAliveMs;
+    // Without a reply bound, the answer is due before the next keep-alive.
     replyMs_ = replyMs > 0 ? replyMs : keepAliveMs_;
 }
 
