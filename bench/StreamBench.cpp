@@ -202,15 +202,30 @@ void BM_PipelineThroughput(benchmark::State& state) {
 }
 BENCHMARK(BM_PipelineThroughput)->Arg(1400)->Arg(8000)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
 
-// Two streams fed the same GOPs taking turns in each iteration, so that the
-// ratios compare them in the same run; names label the counters.
-void takeTurns(benchmark::State& state, ThroughputStream* streams[2], const char* const names[2]) {
+// How one of two compared streams is opened; name labels its counters.
+struct Contender {
+    const char* name;
+    bool standard;
+    const KOVO_LINK_OPTIONS& link;
+};
+
+// Two streams of state.range(0)-byte packets fed the same GOPs taking turns
+// in each iteration, so that the ratios compare them in the same run.
+void takeTurns(benchmark::State& state, const Contender& first, const Contender& second) {
+    const Contender* contenders[2] = {&first, &second};
+    ThroughputStream streams[2];
+    const char* names[2];
+    for (int mode = 0; mode < 2; ++mode) {
+        names[mode] = contenders[mode]->name;
+        if (!streams[mode].open(size_t(state.range(0)), contenders[mode]->standard, contenders[mode]->link))
+            return state.SkipWithError("stream did not deliver");
+    }
     const int gops = 50;
     double cpu[2] = {0, 0}, wall[2] = {0, 0};
     for (auto _ : state) {
         for (int mode = 0; mode < 2; ++mode) {
             double seconds = 0, used = 0, wireBytes = 0;
-            if (!streams[mode]->run(gops, &seconds, &used, &wireBytes))
+            if (!streams[mode].run(gops, &seconds, &used, &wireBytes))
                 return state.SkipWithError("frames were lost");
             cpu[mode] += used / (wireBytes / 1e8);
             wall[mode] += wireBytes / seconds / 1e6;
@@ -228,24 +243,14 @@ void takeTurns(benchmark::State& state, ThroughputStream* streams[2], const char
 
 // (1b) The same stream under the native and the standards rules.
 void BM_ReceiveRulesThroughput(benchmark::State& state) {
-    ThroughputStream native, standard;
-    if (!native.open(size_t(state.range(0)), false) || !standard.open(size_t(state.range(0)), true))
-        return state.SkipWithError("stream did not deliver");
-    ThroughputStream* streams[2] = {&native, &standard};
-    const char* const names[2] = {"native", "standard"};
-    takeTurns(state, streams, names);
+    takeTurns(state, {"native", false, kHealthOff}, {"standard", true, kHealthOff});
 }
 BENCHMARK(BM_ReceiveRulesThroughput)->Arg(1400)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 
 // (1c) The cost of the field layer: a stream with stall detection and a
 // keep-alive every second against one without.
 void BM_FieldLayerThroughput(benchmark::State& state) {
-    ThroughputStream off, on;
-    if (!off.open(size_t(state.range(0)), false) || !on.open(size_t(state.range(0)), false, kHealthOn))
-        return state.SkipWithError("stream did not deliver");
-    ThroughputStream* streams[2] = {&off, &on};
-    const char* const names[2] = {"off", "on"};
-    takeTurns(state, streams, names);
+    takeTurns(state, {"off", false, kHealthOff}, {"on", false, kHealthOn});
 }
 BENCHMARK(BM_FieldLayerThroughput)->Arg(1400)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 
