@@ -198,7 +198,6 @@ TEST_F(StreamHealth, ReconnectKeepsTheIdAndCloseStopsTheAttempts) {
 // device goes, and nothing waits on the thread that is running the callback.
 TEST_F(StreamHealth, EventCallbackMayCloseOrLogOut) {
     struct Closer {
-        long id;
         KOVO_EVENT_E on;
         std::atomic<long> closed{1}, loggedOut{1};
         std::atomic<bool> done{false};
@@ -217,7 +216,7 @@ TEST_F(StreamHealth, EventCallbackMayCloseOrLogOut) {
         SCOPED_TRACE(c.on);
         TearDown();
         open(c.options);
-        Closer closer{id, c.on};
+        Closer closer{c.on};
         ASSERT_EQ(Kovo_SetEventCallBack(id, Closer::onEvent, reinterpret_cast<unsigned long>(&closer)), 0);
         uint16_t seq = 0;
         ASSERT_TRUE(cam.send(conn, keyFrame(seq, 1)));
