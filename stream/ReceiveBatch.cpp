@@ -60,10 +60,13 @@ void ReceiveBatch::scan() {
         const uint8_t channel = h[1];
         const uint32_t timestamp =
             (uint32_t(h[8]) << 24) | (uint32_t(h[9]) << 16) | (uint32_t(h[10]) << 8) | h[11];
-        bool endsFrame = channel >= 4 || (channel & 1) || (h[5] & 0x80);
+        const bool marker = (h[5] & 0x80) != 0;
+        bool endsFrame = channel >= 4 || (channel & 1) || marker;
         if (channel < 4) {
-            endsFrame |= timestamp != m_lastTimestamp[channel];
+            // A new time stamp ends a frame only when no marker ended it.
+            endsFrame |= m_frameOpen[channel] && timestamp != m_lastTimestamp[channel];
             m_lastTimestamp[channel] = timestamp;
+            m_frameOpen[channel] = !marker;
         }
         m_packetEnd = m_scanAt + 4 + ((uint32_t(h[2]) << 8) | h[3]);
         m_packetEndsFrame = endsFrame;

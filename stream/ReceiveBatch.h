@@ -2,10 +2,10 @@
 // handed to the assemble thread. A camera writes its packets one by one;
 // waking the assemble thread for each of them costs more than the bytes.
 // The batch follows the "$" framing as it is read and is handed over when a
-// frame can be complete (a packet with the marker bit, or one that starts a
-// new time stamp or belongs to another channel's RTCP), when anything that
-// is not a packet turns up (a reply to a request of ours), when it is large,
-// or when nothing more came for a moment.
+// frame can be complete (a packet with the marker bit, a new time stamp after
+// a frame that had none, or a packet of another channel's RTCP), when
+// anything that is not a packet turns up (a reply to a request of ours), when
+// it is large, or when nothing more came for a while.
 #ifndef KOVO_STREAM_RECEIVEBATCH_H
 #define KOVO_STREAM_RECEIVEBATCH_H
 
@@ -16,9 +16,10 @@ namespace kovo {
 class ReceiveBatch {
 public:
     static constexpr uint32_t kHandOverBytes = 64 * 1024;
-    // Nothing more came: hand over. A camera that spreads a frame over 20 ms
-    // leaves about 3 ms between its packets, and the clock counts whole ms.
-    static constexpr int kQuietMs = 6;
+    // Nothing more came: hand over. Frame ends are seen in the framing, so
+    // this only bounds how long odd bytes wait; it is long enough not to
+    // split the frames of a camera that spreads a few packets over 20 ms.
+    static constexpr int kQuietMs = 20;
     static constexpr int kHoldMs = 40;   // held at most this long in any case
 
     ReceiveBatch() = default;
@@ -59,6 +60,7 @@ private:
     uint32_t m_packetEnd = 0;
     bool m_packetEndsFrame = false;
     uint32_t m_lastTimestamp[4] = {};
+    bool m_frameOpen[4] = {};  // the channel's last packet had no marker
 };
 
 }  // namespace kovo

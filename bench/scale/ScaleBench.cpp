@@ -3,6 +3,7 @@
 //   build/bench/scale/bench_scale                 # about 4 minutes, prints one table
 //   build/bench/scale/bench_scale --with-1000     # adds the library alone at 1,000 streams
 //   options: --seconds S (measured window, 20) --warmup S (5) --no-ffmpeg
+//            --only WRITES:N (repeatable: just these rows, e.g. --only packet:100)
 //
 // A replay camera (bench_scale_camera, its own process) serves a recorded
 // 1280x720 H.264 stream of about 2.5 Mbit/s to every client as RTSP with RTP
@@ -43,6 +44,7 @@ struct Settings {
     int warmup = 5;
     bool with1000 = false;
     bool ffmpeg = true;
+    std::vector<std::pair<std::string, int>> only;  // writes and streams; empty: the whole table
 };
 
 struct Run {
@@ -265,7 +267,13 @@ bool parseSettings(int argc, char** argv, Settings& s) {
         else if (arg == "--no-ffmpeg") s.ffmpeg = false;
         else if (arg == "--seconds" && i + 1 < argc) s.seconds = std::atoi(argv[++i]);
         else if (arg == "--warmup" && i + 1 < argc) s.warmup = std::atoi(argv[++i]);
-        else return false;
+        else if (arg == "--only" && i + 1 < argc) {
+            const std::string row = argv[++i];
+            const size_t colon = row.find(':');
+            if (colon == std::string::npos) return false;
+            s.only.emplace_back(row.substr(0, colon), std::atoi(row.c_str() + colon + 1));
+            if (s.only.back().second <= 0) return false;
+        } else return false;
     }
     return s.seconds > 0 && s.warmup >= 0;
 }
@@ -282,11 +290,15 @@ int runBenchmark(const Settings& settings) {
     }
     const bool ffmpeg = settings.ffmpeg && !findProgram("ffmpeg").empty();
     std::vector<Run> runs;
-    for (const auto& base : std::vector<Run>{{"frame", 50, false}, {"packet", 50, false}, {"packet", 200, false}}) {
+    std::vector<Run> compared{{"frame", 50, false}, {"packet", 50, false}, {"packet", 100, false},
+                              {"packet", 200, false}};
+    if (!settings.only.empty()) compared.clear();
+    for (const auto& row : settings.only) compared.push_back(Run{row.first, row.second, false});
+    for (const Run& base : compared) {
         runs.push_back(base);
-        if (ffmpeg) runs.push_back(Run{base.writes, base.streams, true});
+        if (ffmpeg && base.writes != "idle" && base.streams <= 200) runs.push_back(Run{base.writes, base.streams, true});
     }
-    runs.push_back(Run{"idle", 200, false});
+    if (settings.only.empty()) runs.push_back(Run{"idle", 200, false});
     if (settings.with1000) runs.push_back(Run{"packet", 1000, false});
 
     const std::string boardPath = "/dev/shm/kovo-bench-scale-" + std::to_string(::getpid());
@@ -356,7 +368,7 @@ int main(int argc, char** argv) {
     }
     Settings settings;
     if (!parseSettings(argc, argv, settings)) {
-        std::fprintf(stderr, "usage: bench_scale [--seconds S] [--warmup S] [--with-1000] [--no-ffmpeg]\n");
+        std::fprintf(stderr, "usage: bench_scale [--seconds S] [--warmup S] [--with-1000] [--no-ffmpeg] [--only WRITES:N ...]\n");
         return 2;
     }
     return runBenchmark(settings);

@@ -25,18 +25,21 @@ void read(kovo::ReceiveBatch& batch, const std::string& bytes, int64_t now) {
 // The assemble thread is woken when a frame can be complete, not per packet.
 TEST(ReceiveBatch, HandedOverWhenAFrameCanEnd) {
     kovo::ReceiveBatch batch;
-    const std::string first = packet(false, 7), last = packet(true, 7);
+    const std::string first = packet(false, 7), last = packet(true, 7), next = packet(false, 8);
     read(batch, first, 100);
-    EXPECT_TRUE(batch.due(100));  // a new time stamp: the previous frame may be complete
+    read(batch, first, 101);
+    EXPECT_FALSE(batch.due(102));  // one frame, no marker yet: held
+    EXPECT_TRUE(batch.due(101 + kovo::ReceiveBatch::kQuietMs));
+    read(batch, last.substr(0, 10), 102);
+    EXPECT_FALSE(batch.due(102));  // the marker packet is not all in yet
+    read(batch, last.substr(10) + "RTSP/1.0 200 OK\r\n", 102);
+    ASSERT_TRUE(batch.due(102));
+    EXPECT_EQ(std::string(batch.data(), batch.size()), first + first + last + "RTSP/1.0 200 OK\r\n");
     batch.handedOver();
-    read(batch, first, 100);
-    EXPECT_FALSE(batch.due(101));  // same frame, no marker: held a moment
-    EXPECT_TRUE(batch.due(100 + kovo::ReceiveBatch::kQuietMs));
-    read(batch, last.substr(0, 10), 101);
-    EXPECT_FALSE(batch.due(101));  // the marker packet is not all in yet
-    read(batch, last.substr(10) + "RTSP/1.0 200 OK\r\n", 101);
-    ASSERT_TRUE(batch.due(101));
-    EXPECT_EQ(std::string(batch.data(), batch.size()), first + last + "RTSP/1.0 200 OK\r\n");
+    read(batch, next, 103);
+    EXPECT_FALSE(batch.due(103));  // the marker already ended the frame before it
+    read(batch, packet(false, 9), 104);
+    EXPECT_TRUE(batch.due(104));  // a new time stamp ends a frame that had no marker
 }
 
 }  // namespace
