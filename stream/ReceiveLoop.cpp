@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -22,7 +23,10 @@ namespace kovo {
 namespace {
 
 constexpr int kEventsPerWait = 64;
-constexpr uint64_t kWakeToken = 0;
+// Tokens name a slot and the generation of its source, so that an event
+// read just before a source was forgotten never reaches the slot's next one.
+constexpr uint64_t kWakeToken = ~uint64_t(0);
+constexpr int64_t kNever = INT64_MAX;
 
 class ReceiveLoop {
 public:
@@ -31,22 +35,26 @@ public:
     void forget(ReceiveSource* source);
     size_t size() {
         std::lock_guard<std::mutex> lock(mutex_);
-        return entries_.size();
+        return slotOf_.size();
     }
 
 private:
     struct Entry {
-        ReceiveSource* source;
-        int fd;
-        bool holding;  // listed in holding_
+        ReceiveSource* source = nullptr;
+        int fd = -1;
+        uint32_t generation = 0;
+        bool holding = false;  // listed in holding_
     };
 
     static void* threadMain(void* self);
     bool startLocked();
     void stopLocked();
     void run();
+    Entry* entryOf(uint64_t token);
     void removeLocked(ReceiveSource* source);
-    int handOverHeld(int64_t now);
+    void serve(uint64_t token, Entry& entry, int64_t now);
+    void hold(uint64_t token, Entry& entry, int64_t dueAt);
+    void handOverHeld(int64_t now);
     void endRound();
 
     // Held by whoever starts or stops the thread, across the join.
@@ -59,27 +67,44 @@ private:
     pthread_t thread_{};
     bool running_ = false;
     bool stop_ = false;
-    uint64_t nextToken_ = 1;
-    std::unordered_map<uint64_t, Entry> entries_;
-    std::unordered_map<ReceiveSource*, uint64_t> tokens_;
-    // Sources that may hold bytes not yet handed over (tokens; a forgotten
-    // source's token is dropped at the next pass).
+    std::vector<Entry> entries_;  // by slot
+    std::vector<uint32_t> freeSlots_;
+    std::unordered_map<ReceiveSource*, uint32_t> slotOf_;
+    // Sources that may hold bytes not yet handed over, and the earliest time
+    // one of them may be due: a source's due time only moves later while it
+    // holds, so nothing needs looking at before then.
     std::vector<uint64_t> holding_;
+    int64_t nextDueAt_ = kNever;
     // Sources served in this round.
     std::vector<uint64_t> served_;
 };
+
+uint64_t tokenOf(uint32_t slot, uint32_t generation) { return (uint64_t(generation) << 32) | slot; }
 
 bool ReceiveLoop::watch(int fd, ReceiveSource* source) {
     std::lock_guard<std::mutex> life(lifecycle_);
     if (!running_ && !startLocked()) return false;
     std::lock_guard<std::mutex> lock(mutex_);
-    const uint64_t token = nextToken_++;
+    uint32_t slot;
+    if (!freeSlots_.empty()) {
+        slot = freeSlots_.back();
+        freeSlots_.pop_back();
+    } else {
+        slot = uint32_t(entries_.size());
+        entries_.emplace_back();
+    }
+    Entry& entry = entries_[slot];
     epoll_event event{};
     event.events = EPOLLIN;
-    event.data.u64 = token;
-    if (epoll_ctl(epoll_, EPOLL_CTL_ADD, fd, &event) != 0) return false;
-    entries_[token] = Entry{source, fd, false};
-    tokens_[source] = token;
+    event.data.u64 = tokenOf(slot, entry.generation);
+    if (epoll_ctl(epoll_, EPOLL_CTL_ADD, fd, &event) != 0) {
+        freeSlots_.push_back(slot);
+        return false;
+    }
+    entry.source = source;
+    entry.fd = fd;
+    entry.holding = false;
+    slotOf_[source] = slot;
     return true;
 }
 
@@ -89,18 +114,28 @@ void ReceiveLoop::forget(ReceiveSource* source) {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         removeLocked(source);
-        last = entries_.empty();
+        last = slotOf_.empty();
     }
     if (last && running_) stopLocked();
 }
 
+ReceiveLoop::Entry* ReceiveLoop::entryOf(uint64_t token) {
+    const uint32_t slot = uint32_t(token);
+    if (slot >= entries_.size()) return nullptr;
+    Entry& entry = entries_[slot];
+    return entry.source && entry.generation == uint32_t(token >> 32) ? &entry : nullptr;
+}
+
 void ReceiveLoop::removeLocked(ReceiveSource* source) {
-    const auto found = tokens_.find(source);
-    if (found == tokens_.end()) return;
-    const auto entry = entries_.find(found->second);
-    epoll_ctl(epoll_, EPOLL_CTL_DEL, entry->second.fd, nullptr);
-    entries_.erase(entry);
-    tokens_.erase(found);
+    const auto found = slotOf_.find(source);
+    if (found == slotOf_.end()) return;
+    Entry& entry = entries_[found->second];
+    epoll_ctl(epoll_, EPOLL_CTL_DEL, entry.fd, nullptr);
+    entry.source = nullptr;
+    entry.fd = -1;
+    ++entry.generation;
+    freeSlots_.push_back(found->second);
+    slotOf_.erase(found);
 }
 
 bool ReceiveLoop::startLocked() {
@@ -139,6 +174,8 @@ void ReceiveLoop::stopLocked() {
     close(wake_);
     epoll_ = wake_ = -1;
     running_ = false;
+    holding_.clear();
+    nextDueAt_ = kNever;
 }
 
 void* ReceiveLoop::threadMain(void* self) {
@@ -146,31 +183,46 @@ void* ReceiveLoop::threadMain(void* self) {
     return nullptr;
 }
 
-// Hands over what is due; returns how long the rest may wait (-1: forever).
-int ReceiveLoop::handOverHeld(int64_t now) {
-    int wait = -1;
+void ReceiveLoop::hold(uint64_t token, Entry& entry, int64_t dueAt) {
+    if (!entry.holding) holding_.push_back(token);
+    entry.holding = true;
+    if (dueAt < nextDueAt_) nextDueAt_ = dueAt;
+}
+
+// Reads what the source has and hands it over at once when a frame can end.
+void ReceiveLoop::serve(uint64_t token, Entry& entry, int64_t now) {
+    if (!entry.source->readReady(now)) {
+        removeLocked(entry.source);
+        return;
+    }
+    served_.push_back(token);
+    const int left = entry.source->handOverDue(now);
+    if (left >= 0) hold(token, entry, now + left);
+}
+
+// Hands over what has waited long enough.
+void ReceiveLoop::handOverHeld(int64_t now) {
+    if (now < nextDueAt_) return;
+    nextDueAt_ = kNever;
     size_t kept = 0;
     for (const uint64_t token : holding_) {
-        const auto entry = entries_.find(token);
-        if (entry == entries_.end()) continue;
-        const int left = entry->second.source->handOverDue(now);
-        entry->second.holding = left >= 0;
+        Entry* entry = entryOf(token);
+        if (!entry) continue;
+        const int left = entry->source->handOverDue(now);
+        entry->holding = left >= 0;
         if (left < 0) {
             served_.push_back(token);
             continue;
         }
         holding_[kept++] = token;
-        if (wait < 0 || left < wait) wait = left;
+        nextDueAt_ = std::min(nextDueAt_, now + left);
     }
     holding_.resize(kept);
-    return wait;
 }
 
 void ReceiveLoop::endRound() {
-    for (const uint64_t token : served_) {
-        const auto entry = entries_.find(token);
-        if (entry != entries_.end()) entry->second.source->roundEnded();
-    }
+    for (const uint64_t token : served_)
+        if (Entry* entry = entryOf(token)) entry->source->roundEnded();
     served_.clear();
 }
 
@@ -184,25 +236,18 @@ void ReceiveLoop::run() {
         lock.lock();
         const int64_t now = MonotonicMs();
         for (int i = 0; i < ready; ++i) {
-            if (events[i].data.u64 == kWakeToken) {
+            const uint64_t token = events[i].data.u64;
+            if (token == kWakeToken) {
                 uint64_t count;
                 ssize_t got = read(wake_, &count, sizeof count);
                 (void)got;
-                continue;
+            } else if (Entry* entry = entryOf(token)) {  // else forgotten since the wait
+                serve(token, *entry, now);
             }
-            const auto found = entries_.find(events[i].data.u64);
-            if (found == entries_.end()) continue;  // forgotten since the wait
-            Entry& entry = found->second;
-            if (!entry.source->readReady(now)) {
-                removeLocked(entry.source);
-                continue;
-            }
-            if (!entry.holding) holding_.push_back(found->first);
-            entry.holding = true;
-            served_.push_back(found->first);
         }
-        wait = handOverHeld(now);
+        handOverHeld(now);
         endRound();
+        wait = nextDueAt_ == kNever ? -1 : int(std::max<int64_t>(nextDueAt_ - now, 0));
     }
 }
 
