@@ -1,6 +1,6 @@
 // bench_scale: what a live stream costs when there are many of them.
 //
-//   build/bench/scale/bench_scale                 # about 4 minutes, prints one table
+//   build/bench/scale/bench_scale                 # about 5 minutes, prints one table
 //   build/bench/scale/bench_scale --with-1000     # adds the library alone at 1,000 streams
 //   options: --seconds S (measured window, 20) --warmup S (5) --no-ffmpeg
 //            --only WRITES:N (repeatable: just these rows, e.g. --only packet:100)
