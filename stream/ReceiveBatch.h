@@ -37,6 +37,12 @@ public:
     uint32_t size() const { return m_size; }
     bool empty() const { return m_size == 0; }
     bool due(int64_t nowMs) const;
+    // What was read ends where a packet ends, and a channel's frame is not
+    // complete: more of it is on its way.
+    bool moreOfAFrame() const {
+        return m_packetEnd == 0 && m_scanAt >= m_size &&
+               (m_frameOpen[0] || m_frameOpen[1] || m_frameOpen[2] || m_frameOpen[3]);
+    }
     // How long the reader may wait before the batch is due; -1 when empty.
     int waitMs(int64_t nowMs) const;
     // The bytes went to the assemble thread.

@@ -18,8 +18,8 @@ public:
     // The connection is readable, closed or failed: read what is waiting.
     // False when the connection ended: the loop forgets the source.
     virtual bool readReady(int64_t nowMs) = 0;
-    // Hands held bytes over when they are due. Returns how long they may
-    // still be held, -1 when none are.
+    // Hands held bytes over when they are due (and sends an ACK that is
+    // due). Returns how long until something more is due, -1 when nothing.
     virtual int handOverDue(int64_t nowMs) = 0;
     // The loop has served every ready source: wake the stream's thread if
     // bytes were handed over. Waking it sooner would let it take the core

@@ -15,6 +15,7 @@
 #include "sdk/LinkOptions.h"
 #include "sdk/Reconnect.h"
 #include "sdk/Trace.h"
+#include "stream/AckPacing.h"
 #include "stream/ReceiveLoop.h"
 #include "stream/StreamEvents.h"
 #include "stream/VideoControl.h"
@@ -72,6 +73,12 @@ void CVideoControl::stopReceiving() {
 // Reads all the connection holds now into the batch. False when the
 // connection ended (what was read before is handed over first).
 bool CVideoControl::readReady(int64_t now) {
+    if (!readWaiting(now)) return false;
+    kovo::ApplyAcks(m_nSocket, m_ackPacing.afterRead(now, m_batch.moreOfAFrame()));
+    return true;
+}
+
+bool CVideoControl::readWaiting(int64_t now) {
     for (;;) {
         uint32_t room = 0;
         char* into = m_batch.room(&room);
@@ -97,11 +104,13 @@ bool CVideoControl::readReady(int64_t now) {
     }
 }
 
+// Also sends an ACK held on trial when its time is up.
 int CVideoControl::handOverDue(int64_t now) {
-    if (m_batch.empty()) return -1;
-    if (!m_batch.due(now)) return m_batch.waitMs(now);
-    handOverBatch();
-    return -1;
+    kovo::ApplyAcks(m_nSocket, m_ackPacing.expire(now));
+    const int ackLeft = m_ackPacing.trialLeftMs(now);
+    if (!m_batch.empty() && m_batch.due(now)) handOverBatch();
+    const int batchLeft = m_batch.waitMs(now);
+    return ackLeft < 0 || (batchLeft >= 0 && batchLeft < ackLeft) ? batchLeft : ackLeft;
 }
 
 void CVideoControl::handOverBatch() {

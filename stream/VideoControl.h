@@ -15,6 +15,7 @@
 
 #include "sdk/KovoSDK.h"
 #include "stream/AacDepacketizer.h"
+#include "stream/AckPacing.h"
 #include "stream/DataList.h"
 #include "stream/Deinterleaver.h"
 #include "stream/H264Depacketizer.h"
@@ -145,6 +146,7 @@ private:
     void startReceiving();
     void stopReceiving();
     bool readReady(int64_t now) override;
+    bool readWaiting(int64_t now);
     int handOverDue(int64_t now) override;
     void roundEnded() override;
     void handOverBatch();
@@ -221,6 +223,7 @@ private:
     int m_nSocket = -1;
     std::unique_ptr<char[]> m_strRecvBuf;  // RTPRecvOverTCP's, made on first use
     kovo::ReceiveBatch m_batch;  // read, not yet handed to the assemble thread
+    kovo::AckPacing m_ackPacing;  // when the camera's bytes are acknowledged
     // News of the reading side for the assemble thread.
     bool m_handedOver = false;                // in this round of the loop
     std::atomic<uint64_t> m_droppedBytes{0};  // at the queue limit, not yet reported
