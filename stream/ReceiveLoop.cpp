@@ -251,14 +251,16 @@ void ReceiveLoop::run() {
     }
 }
 
-// One loop per core, so that reading keeps up on every core and no single
-// thread waits behind the streams' own threads for its turn.
+// Up to one loop per core. A loop that serves more connections finds more
+// of them ready at each wake, so a loop takes kSourcesPerLoop connections
+// before the next one starts; past that, reading is spread over every core.
 struct LoopPool {
     LoopPool() {
         const long cores = sysconf(_SC_NPROCESSORS_ONLN);
         count = cores < 1 ? 1 : cores > kMaxLoops ? kMaxLoops : int(cores);
     }
     static constexpr int kMaxLoops = 8;
+    static constexpr size_t kSourcesPerLoop = 512;
     int count;
     ReceiveLoop loops[kMaxLoops];
 };
@@ -273,9 +275,16 @@ LoopPool& pool() {
 
 bool WatchSource(int fd, ReceiveSource* source) {
     LoopPool& all = pool();
-    ReceiveLoop* least = &all.loops[0];
-    for (int i = 1; i < all.count; ++i)
-        if (all.loops[i].size() < least->size()) least = &all.loops[i];
+    ReceiveLoop* least = nullptr;
+    size_t leastSize = 0;
+    for (int i = 0; i < all.count; ++i) {
+        const size_t size = all.loops[i].size();
+        if (size < LoopPool::kSourcesPerLoop) return all.loops[i].watch(fd, source);
+        if (!least || size < leastSize) {
+            least = &all.loops[i];
+            leastSize = size;
+        }
+    }
     return least->watch(fd, source);
 }
 

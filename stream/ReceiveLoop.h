@@ -1,4 +1,4 @@
-// A few threads (one per core) read the connections of every open stream. A
+// A few threads (up to one per core) read the connections of every open stream. A
 // thread per stream would wake for every packet a camera writes; these wait
 // on many connections at once (epoll) and let each ready stream read what is
 // waiting, so the cost follows the bytes. The streams' own threads run the
