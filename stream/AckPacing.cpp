@@ -39,7 +39,7 @@ AckPacing::Acks AckPacing::afterRead(int64_t nowMs, bool moreOfAFrame) {
             if (++m_proofs >= kProofs) {
                 m_peer = Peer::Proven;
                 m_pauseMs = kFirstPauseMs;
-                break;
+                return want(moreOfAFrame, renew);
             }
             if (!moreOfAFrame) {  // the frame ended: go on with the next
                 m_peer = Peer::Unknown;
@@ -52,7 +52,9 @@ AckPacing::Acks AckPacing::afterRead(int64_t nowMs, bool moreOfAFrame) {
                 failTrial(nowMs);
                 return want(false, true);
             }
-            break;
+            // Held while frames arrive; the kernel's own delayed ACK goes
+            // out between them, and ends the held mode, hence the renewal.
+            return moreOfAFrame ? want(true, renew) : Unchanged;
     }
     return want(moreOfAFrame, renew);
 }

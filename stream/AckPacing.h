@@ -10,7 +10,8 @@
 // middle of a frame is held for at most kTrialMs and the next packet must
 // arrive within that time, kProofs times in a row. A failed trial sends the
 // ACK at once and is tried again only after a growing pause. Once proven,
-// ACKs are held while a frame arrives and sent when it ends.
+// ACKs are held while frames arrive: the kernel sends its delayed ACK (at
+// least every second full segment, and between frames).
 #ifndef KOVO_STREAM_ACKPACING_H
 #define KOVO_STREAM_ACKPACING_H
 

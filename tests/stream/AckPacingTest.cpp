@@ -31,8 +31,8 @@ TEST(AckPacing, HoldsAcksOnlyForACameraThatHasShownItDoesNotWaitForThem) {
           {"first proof", 2, true, AckPacing::Unchanged},
           {"second proof", 3, true, AckPacing::Unchanged},
           {"third proof", 2, true, AckPacing::Unchanged},
-          {"proven: the end of a frame is acknowledged at once", 2, false, AckPacing::SendNow},
-          {"and the next frame's ACKs are held again", 20, true, AckPacing::Delay},
+          {"proven: ACKs stay held at the end of a frame", 2, false, AckPacing::Unchanged},
+          {"and are held anew after the pause between frames", 20, true, AckPacing::Delay},
           {"a proven camera that pauses mid-frame is put on trial again", AckPacing::kPeerWaitedMs, true,
            AckPacing::SendNow},
           {"after a pause", 5, true, AckPacing::Unchanged}});
