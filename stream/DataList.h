@@ -36,6 +36,14 @@ public:
     // The first item after PutNetworkDataBounded dropped what was queued:
     // its bytes do not continue those handled before.
     bool afterDrop = false;
+    // Adopted storage that its giver takes back (see ReleaseData).
+    bool reusable = false;
+    // Gives up adopted storage, which the item then no longer frees.
+    char* ReleaseData() {
+        char* data = m_data;
+        m_data = nullptr;
+        return data;
+    }
     uint32_t GetLen() const { return m_len; }
 
 private:

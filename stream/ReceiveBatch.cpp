@@ -8,16 +8,22 @@ namespace kovo {
 namespace {
 
 constexpr uint32_t kMinRoom = 2048;
-constexpr uint32_t kFirstCapacity = 16 * 1024;
 // Storage grown past this for a large frame is given back once handed over.
 constexpr uint32_t kKeptCapacity = 32 * 1024;
 constexpr uint32_t kHeaderAndRtp = 4 + 12;
 
 }  // namespace
 
-ReceiveBatch::~ReceiveBatch() { free(m_data); }
+ReceiveBatch::~ReceiveBatch() {
+    free(m_data);
+    free(m_spare.load());
+}
 
 char* ReceiveBatch::room(uint32_t* length) {
+    if (!m_data) {
+        m_data = m_spare.exchange(nullptr);
+        m_capacity = m_data ? kFirstCapacity : 0;
+    }
     if (m_capacity - m_size < kMinRoom) {
         uint32_t capacity = m_capacity ? m_capacity * 2 : kFirstCapacity;
         if (capacity - m_size < kMinRoom) capacity = m_size + kMinRoom;
@@ -83,7 +89,13 @@ int ReceiveBatch::waitMs(int64_t nowMs) const {
     return left > 0 ? int(left) : 0;
 }
 
-char* ReceiveBatch::takeBytes() {
+void ReceiveBatch::giveBack(char* storage) {
+    char* none = nullptr;
+    if (!m_spare.compare_exchange_strong(none, storage)) free(storage);
+}
+
+char* ReceiveBatch::takeBytes(bool* reusable) {
+    *reusable = m_capacity == kFirstCapacity;
     char* bytes = m_data;
     m_data = nullptr;
     m_capacity = 0;

@@ -9,6 +9,7 @@
 #ifndef KOVO_STREAM_RECEIVEBATCH_H
 #define KOVO_STREAM_RECEIVEBATCH_H
 
+#include <atomic>
 #include <cstdint>
 
 namespace kovo {
@@ -21,6 +22,7 @@ public:
     // split the frames of a camera that spreads a few packets over 20 ms.
     static constexpr int kQuietMs = 20;
     static constexpr int kHoldMs = 40;   // held at most this long in any case
+    static constexpr uint32_t kFirstCapacity = 16 * 1024;
 
     ReceiveBatch() = default;
     ~ReceiveBatch();
@@ -49,7 +51,12 @@ public:
     void handedOver();
     // Gives the bytes' storage (malloc's, size() bytes) to the caller, who
     // hands it over without a copy; the batch starts empty without storage.
-    char* takeBytes();
+    // *reusable: the storage may come back through giveBack().
+    char* takeBytes(bool* reusable);
+    // From the assemble thread, once the bytes of takeBytes() are used: one
+    // storage is kept for the next batch, which saves an allocation and a
+    // free on another thread per frame.
+    void giveBack(char* storage);
 
 private:
     void scan();
@@ -66,6 +73,7 @@ private:
     uint32_t m_packetEnd = 0;
     bool m_packetEndsFrame = false;
     uint32_t m_lastTimestamp[4] = {};
+    std::atomic<char*> m_spare{nullptr};  // given back, kFirstCapacity bytes
     bool m_frameOpen[4] = {};  // the channel's last packet had no marker
 };
 

@@ -116,7 +116,9 @@ int CVideoControl::handOverDue(int64_t now) {
 void CVideoControl::handOverBatch() {
     if (m_batch.empty()) return;
     const uint32_t size = m_batch.size();
-    CNetworkData* item = CNetworkData::Adopt(m_batch.takeBytes(), size);
+    bool reusable = false;
+    CNetworkData* item = CNetworkData::Adopt(m_batch.takeBytes(&reusable), size);
+    item->reusable = reusable;
     const uint64_t dropped = m_DataList->PutNetworkItemBounded(item, m_queueLimit);
     m_handedOver = true;
     if (dropped) {

@@ -221,6 +221,7 @@ void CVideoControl::assembleLoop() {
             reportReading();
             if (item->afterDrop) restartAfterDrop();
             if (m_nRunAssembleFrame) AssembleChunk(item->GetData(), item->GetLen());
+            if (item->reusable) m_batch.giveBack(item->ReleaseData());
             delete item;
         }
         if (m_nRunAssembleFrame) watchLink(kovo::MonotonicMs());
