@@ -2,6 +2,7 @@
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,6 +27,7 @@ constexpr int kEventsPerWait = 64;
 // Tokens name a slot and the generation of its source, so that an event
 // read just before a source was forgotten never reaches the slot's next one.
 constexpr uint64_t kWakeToken = ~uint64_t(0);
+constexpr uint64_t kTimerToken = ~uint64_t(0) - 1;
 constexpr int64_t kNever = INT64_MAX;
 
 class ReceiveLoop {
@@ -55,6 +57,7 @@ private:
     void serve(uint64_t token, Entry& entry, int64_t now);
     void hold(uint64_t token, Entry& entry, int64_t dueAt);
     void handOverHeld(int64_t now);
+    void armTimer();
     void endRound();
 
     // Held by whoever starts or stops the thread, across the join.
@@ -64,6 +67,10 @@ private:
     std::mutex mutex_;
     int epoll_ = -1;
     int wake_ = -1;
+    // Fires when a held batch or ACK may be due. Set only when that time
+    // changes, which is cheaper than a time-out on every wait.
+    int timer_ = -1;
+    int64_t armedAt_ = kNever;
     pthread_t thread_{};
     bool running_ = false;
     bool stop_ = false;
@@ -141,15 +148,19 @@ void ReceiveLoop::removeLocked(ReceiveSource* source) {
 bool ReceiveLoop::startLocked() {
     epoll_ = epoll_create1(EPOLL_CLOEXEC);
     wake_ = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
-    epoll_event event{};
-    event.events = EPOLLIN;
-    event.data.u64 = kWakeToken;
-    if (epoll_ < 0 || wake_ < 0 || epoll_ctl(epoll_, EPOLL_CTL_ADD, wake_, &event) != 0) {
-        if (epoll_ >= 0) close(epoll_);
-        if (wake_ >= 0) close(wake_);
-        epoll_ = wake_ = -1;
+    timer_ = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
+    epoll_event wake{}, timer{};
+    wake.events = timer.events = EPOLLIN;
+    wake.data.u64 = kWakeToken;
+    timer.data.u64 = kTimerToken;
+    if (epoll_ < 0 || wake_ < 0 || timer_ < 0 || epoll_ctl(epoll_, EPOLL_CTL_ADD, wake_, &wake) != 0 ||
+        epoll_ctl(epoll_, EPOLL_CTL_ADD, timer_, &timer) != 0) {
+        for (int fd : {epoll_, wake_, timer_})
+            if (fd >= 0) close(fd);
+        epoll_ = wake_ = timer_ = -1;
         return false;
     }
+    armedAt_ = kNever;
     stop_ = false;
     const int rc = StartLibraryThread(&thread_, threadMain, this, kLoopThreadStack);
     if (rc != 0) {
@@ -172,7 +183,8 @@ void ReceiveLoop::stopLocked() {
     pthread_join(thread_, nullptr);
     close(epoll_);
     close(wake_);
-    epoll_ = wake_ = -1;
+    close(timer_);
+    epoll_ = wake_ = timer_ = -1;
     running_ = false;
     holding_.clear();
     nextDueAt_ = kNever;
@@ -220,6 +232,17 @@ void ReceiveLoop::handOverHeld(int64_t now) {
     holding_.resize(kept);
 }
 
+void ReceiveLoop::armTimer() {
+    if (nextDueAt_ == armedAt_) return;
+    armedAt_ = nextDueAt_;
+    itimerspec when{};  // zero disarms
+    if (armedAt_ != kNever) {
+        when.it_value.tv_sec = time_t(armedAt_ / 1000);
+        when.it_value.tv_nsec = long(armedAt_ % 1000) * 1000000L + 1;
+    }
+    timerfd_settime(timer_, TFD_TIMER_ABSTIME, &when, nullptr);
+}
+
 void ReceiveLoop::endRound() {
     for (const uint64_t token : served_)
         if (Entry* entry = entryOf(token)) entry->source->roundEnded();
@@ -229,17 +252,16 @@ void ReceiveLoop::endRound() {
 void ReceiveLoop::run() {
     epoll_event events[kEventsPerWait];
     std::unique_lock<std::mutex> lock(mutex_);
-    int wait = -1;
     while (!stop_) {
         lock.unlock();
-        const int ready = epoll_wait(epoll_, events, kEventsPerWait, wait);
+        const int ready = epoll_wait(epoll_, events, kEventsPerWait, -1);
         lock.lock();
         const int64_t now = MonotonicMs();
         for (int i = 0; i < ready; ++i) {
             const uint64_t token = events[i].data.u64;
-            if (token == kWakeToken) {
+            if (token == kWakeToken || token == kTimerToken) {
                 uint64_t count;
-                ssize_t got = read(wake_, &count, sizeof count);
+                ssize_t got = read(token == kWakeToken ? wake_ : timer_, &count, sizeof count);
                 (void)got;
             } else if (Entry* entry = entryOf(token)) {  // else forgotten since the wait
                 serve(token, *entry, now);
@@ -247,7 +269,7 @@ void ReceiveLoop::run() {
         }
         handOverHeld(now);
         endRound();
-        wait = nextDueAt_ == kNever ? -1 : int(std::max<int64_t>(nextDueAt_ - now, 0));
+        armTimer();
     }
 }
 
