@@ -93,17 +93,6 @@ void CDataList::SignalNetworkWaiters() {
     if (wake) pthread_cond_signal(&m_networkArrived);
 }
 
-uint64_t CDataList::PutNetworkDataBounded(char* data, int length, uint64_t limit) {
-    m_mtxNetworkData.Lock();
-    const uint64_t held = m_networkBytes + uint64_t(length > 0 ? length : 0);
-    if (held <= limit) {
-        m_mtxNetworkData.UnLock();
-        PutNetworkData(data, length);
-        return 0;
-    }
-    return dropNetworkAndUnlock(held);
-}
-
 uint64_t CDataList::PutNetworkItemBounded(CNetworkData* item, uint64_t limit) {
     m_mtxNetworkData.Lock();
     const uint64_t held = m_networkBytes + item->m_len;

@@ -33,7 +33,7 @@ public:
     CNetworkData(const CNetworkData&) = delete;
     CNetworkData& operator=(const CNetworkData&) = delete;
     char* GetData() { return m_data; }
-    // The first item after PutNetworkDataBounded dropped what was queued:
+    // The first item after PutNetworkItemBounded dropped what was queued:
     // its bytes do not continue those handled before.
     bool afterDrop = false;
     // Adopted storage that its giver takes back (see ReleaseData).
@@ -80,12 +80,10 @@ public:
     CDataList& operator=(const CDataList&) = delete;
 
     int PutNetworkData(char* data, int length);
-    // Like PutNetworkData while the queue holds at most limit bytes with
-    // this chunk; past it, drops everything queued and the chunk and returns
-    // the bytes dropped (0 when the chunk was queued).
-    uint64_t PutNetworkDataBounded(char* data, int length, uint64_t limit);
-    // The same for an item made by the caller (taken over in every case),
-    // without waking a waiting reader: SignalNetworkWaiters does that.
+    // Queues an item made by the caller (taken over in every case) while the
+    // queue holds at most limit bytes with it; past it, drops everything
+    // queued and the item and returns the bytes dropped (0 when queued).
+    // A waiting reader is not woken: SignalNetworkWaiters does that.
     uint64_t PutNetworkItemBounded(CNetworkData* item, uint64_t limit);
     void SignalNetworkWaiters();
     CNetworkData* GetNetworkData();
