@@ -52,11 +52,11 @@ AckPacing::Acks AckPacing::afterRead(int64_t nowMs, bool moreOfAFrame) {
                 failTrial(nowMs);
                 return want(false, true);
             }
-            // Held while frames arrive; the kernel's own delayed ACK goes
-            // out between them, and ends the held mode, hence the renewal.
-            return moreOfAFrame ? want(true, renew) : Unchanged;
+            break;
     }
-    return want(moreOfAFrame, renew);
+    // Proven: held while frames arrive; the kernel's own delayed ACK goes
+    // out between them, and ends the held mode, hence the renewal.
+    return moreOfAFrame ? want(true, renew) : Unchanged;
 }
 
 int AckPacing::trialLeftMs(int64_t nowMs) const {

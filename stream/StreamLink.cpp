@@ -108,8 +108,11 @@ bool CVideoControl::readWaiting(int64_t now) {
 int CVideoControl::handOverDue(int64_t now) {
     kovo::ApplyAcks(m_nSocket, m_ackPacing.expire(now));
     const int ackLeft = m_ackPacing.trialLeftMs(now);
-    if (!m_batch.empty() && m_batch.due(now)) handOverBatch();
-    const int batchLeft = m_batch.waitMs(now);
+    int batchLeft = m_batch.waitMs(now);
+    if (batchLeft == 0) {
+        handOverBatch();
+        batchLeft = -1;
+    }
     return ackLeft < 0 || (batchLeft >= 0 && batchLeft < ackLeft) ? batchLeft : ackLeft;
 }
 
